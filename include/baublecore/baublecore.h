@@ -1,0 +1,7 @@
+// Everything baublecore exports, and the foundation it stands on.
+#pragma once
+
+#include "pxbase/pxbase.h"
+
+#include "baublecore/api.h"
+#include "baublecore/frame.h"

@@ -1,0 +1,61 @@
+// Runs the start-up steps once, at load, before any other code of the library
+// can be reached; runs the exit actions in reverse at unload. What must hold:
+// the class registry exists before anything registers (a plug-in's records
+// find it in place), the heap's fields are zero before the first thread, and
+// the script scratch exists before the first compile.
+#include "frame/startup.h"
+
+#include <cstdlib>
+#include <ctime>
+
+namespace bcframe {
+namespace {
+
+// The random generator is seeded once for the life of the library, with a
+// resolution of one second: two loads in the same second give the same `?`.
+void seedRandom() { std::srand(static_cast<unsigned>(std::time(nullptr))); }
+
+// Steps whose subsystem is not part of this build yet keep their place with
+// null actions, so the order stays the one the library is built around.
+const StartupStep kSteps[kStartupSteps] = {
+    {"class registry and parameter channel", nullptr, nullptr},
+    {"animation list", nullptr, nullptr},
+    {"last mouse point", nullptr, nullptr},
+    {"bauble regions", nullptr, nullptr},
+    {"user event point", nullptr, nullptr},
+    {"script heap", nullptr, nullptr},
+    {"script scratch and lists", nullptr, nullptr},
+    {"thread list", nullptr, nullptr},
+    {"custom keywords and random seed", seedRandom, nullptr},
+    {"keyword cursor", nullptr, nullptr},
+};
+
+int stepsRun = 0;
+void (*exitActions[kStartupSteps])() = {};
+int exitCount = 0;
+
+struct Loader {
+    Loader() {
+        for (const StartupStep& step : kSteps) {
+            if (step.start) step.start();
+            if (step.exit) exitActions[exitCount++] = step.exit;
+            ++stepsRun;
+        }
+        // There is no per-thread work to switch off: one thread runs everything.
+    }
+    ~Loader() {
+        while (exitCount > 0) exitActions[--exitCount]();
+    }
+};
+
+// Highest priority: this runs before any other static initialiser of the
+// library, should one ever appear.
+__attribute__((init_priority(101))) Loader loader;
+
+}  // namespace
+
+const StartupStep* startupSteps() { return kSteps; }
+int startupStepsRun() { return stepsRun; }
+int exitActionsRegistered() { return exitCount; }
+
+}  // namespace bcframe
