@@ -5,3 +5,5 @@
 
 #include "baublecore/api.h"
 #include "baublecore/frame.h"
+#include "baublecore/scriptable_object.h"
+#include "baublecore/sr.h"

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "objects/objects_internal.h"
+
 namespace bcframe {
 namespace {
 
@@ -18,7 +20,8 @@ void seedRandom() { std::srand(static_cast<unsigned>(std::time(nullptr))); }
 // Steps whose subsystem is not part of this build yet keep their place with
 // null actions, so the order stays the one the library is built around.
 const StartupStep kSteps[kStartupSteps] = {
-    {"class registry and parameter channel", nullptr, nullptr},
+    {"class registry and parameter channel", bcobjects::startClassRegistry,
+     bcobjects::stopClassRegistry},
     {"animation list", nullptr, nullptr},
     {"last mouse point", nullptr, nullptr},
     {"bauble regions", nullptr, nullptr},

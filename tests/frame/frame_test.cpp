@@ -7,6 +7,8 @@
 #include <regex>
 #include <string>
 
+#include "baublecore/scriptable_object.h"
+#include "baublecore/sr.h"
 #include "frame/startup.h"
 
 namespace {
@@ -57,6 +59,16 @@ TEST(StartUp, AllStepsRanAtLoadInTheirFixedOrder) {
     int exits = 0;
     for (int i = 0; i < bcframe::kStartupSteps; ++i) exits += steps[i].exit != nullptr;
     EXPECT_EQ(bcframe::exitActionsRegistered(), exits);
+}
+
+TEST(StartUp, TheRegistryAndChannelExistBeforeAnythingRegisters) {
+    // Nothing in this program registers a class, yet both are in place.
+    ASSERT_NE(PXSR::classList, nullptr);
+    EXPECT_EQ(PXSR::classList->count, 0);
+    PXScriptableObject::resetParameters();
+    PXScriptableObject::addParameter("p");
+    PXScriptableObject::prepareParameters();
+    EXPECT_STREQ(PXScriptableObject::nextParameter(), "p");
 }
 
 }  // namespace

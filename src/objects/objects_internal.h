@@ -1,0 +1,33 @@
+// What the objects subsystem offers the rest of the library and nobody else.
+#pragma once
+
+#include "baublecore/api.h"
+
+class PXScriptableObject;
+class PXSR;
+
+namespace bcobjects {
+
+// Called at the start of every ~PXScriptableObject, so that whoever refers to
+// objects by pointer (the script heap) can let go of it before it is gone.
+using ObjectGoneHandler = void (*)(PXScriptableObject* object);
+BC_API void setObjectGoneHandler(ObjectGoneHandler handler);
+
+// Start-up step 1 and its exit action: the class registry and the parameter
+// channel exist before anything can register or pass a parameter.
+void startClassRegistry();
+void stopClassRegistry();
+
+// The first record of that name, ignoring case; never loads a module.
+PXSR* findClass(const char* name);
+
+// The parameter channel is made with the first class record and goes with
+// the last one.
+void ensureParameterChannel();
+void dropParameterChannel();
+
+// 1 while sobSet(name, value) or sobPlay runs a property: events raised then
+// do not reach their watchers.
+extern int inPropertyCall;
+
+}  // namespace bcobjects

@@ -1,0 +1,205 @@
+// PXScriptableObject: properties found by exact name (first match wins), and
+// the set/get/play/pass calls with their error codes. The last failure stays
+// in theLastPropertyError across later successes: callers look at it only
+// after a call failed.
+#include "baublecore/scriptable_object.h"
+
+#include <cstdarg>
+#include <cstring>
+
+#include "baublecore/sr.h"
+#include "objects/objects_internal.h"
+
+namespace {
+
+PXSOBPropertyError theLastPropertyError = PXSOB_NoError;
+PXScriptableObject* newborn = nullptr;
+bcobjects::ObjectGoneHandler objectGone = nullptr;
+
+// Runs a property with inPropertyCall raised. It is a flag, not a counter: a
+// nested call clears it when the inner call ends.
+template <class Call>
+int inCall(Call call) {
+    bcobjects::inPropertyCall = 1;
+    int result = call();
+    bcobjects::inPropertyCall = 0;
+    return result;
+}
+
+int fail(PXSOBPropertyError code) {
+    theLastPropertyError = code;
+    return 0;
+}
+
+}  // namespace
+
+namespace bcobjects {
+int inPropertyCall = 0;
+void setObjectGoneHandler(ObjectGoneHandler handler) { objectGone = handler; }
+}  // namespace bcobjects
+
+const char* const PXScriptableObject::kPXEndOfParameters = "\x01";
+const char* const PXScriptableObject::sobBornEvent = "born";
+const char* const PXScriptableObject::sobDefaultMethod = "default";
+
+PXScriptableObject::PXScriptableObject()
+    : properties(new PXList<PXScriptableObjectProperty>),
+      clientData(nullptr),
+      syncLink(nullptr),
+      className(nullptr) {
+    sobAddEventProperty(sobBornEvent);
+}
+
+PXScriptableObject::~PXScriptableObject() {
+    if (objectGone) objectGone(this);
+    if (newborn == this) newborn = nullptr;
+    for (PXListWalk<PXScriptableObjectProperty> walk(*properties);
+         PXScriptableObjectProperty* p = walk.next();)
+        delete p;
+    delete properties;
+    delete syncLink;
+}
+
+void PXScriptableObject::sobGetInfo(char*) const {}
+
+PXScriptableObjectProperty* PXScriptableObject::findProperty(const char* name) const {
+    for (PXListNode<PXScriptableObjectProperty>* n = properties->head; n; n = n->next)
+        if (n->value->find(name)) return n->value;
+    return nullptr;
+}
+
+PXScriptableObjectProperty* PXScriptableObject::findProperty(
+    const char* name, PXScriptableObjectPropertyType type) const {
+    for (PXListNode<PXScriptableObjectProperty>* n = properties->head; n; n = n->next)
+        if (n->value->type == type && n->value->find(name)) return n->value;
+    return nullptr;
+}
+
+void PXScriptableObject::sobAddProperty(PXScriptableObjectProperty* const p) {
+    // A class replaces an inherited property this way; the replacement goes
+    // to the end of the list.
+    const char* name = p ? p->name : nullptr;
+    if (name) {
+        PXListIterator<PXScriptableObjectProperty> it(*properties);
+        for (; !it.atEnd(); it.next()) {
+            if (it.value()->find(name)) {
+                delete it.remove();
+                break;
+            }
+        }
+    }
+    if (p) properties->append(p);
+}
+
+void PXScriptableObject::sobAddDataProperty(const char* name, const PXLink* set,
+                                            const PXLink* get) {
+    sobAddProperty(new PXSobDataProperty(name, set, get, this));
+}
+
+void PXScriptableObject::sobAddMethodProperty(const char* name, const PXLink* link) {
+    sobAddProperty(new PXSobMethodProperty(name, link, this));
+}
+
+void PXScriptableObject::sobAddMethodProperty(const PXLink* link) {
+    sobAddMethodProperty(sobDefaultMethod, link);
+}
+
+void PXScriptableObject::sobAddEventProperty(const char* name) {
+    sobAddProperty(new PXSobEventProperty(name));
+}
+
+void PXScriptableObject::sobRemoveProperty(const char* name) {
+    PXListIterator<PXScriptableObjectProperty> it(*properties);
+    for (; !it.atEnd(); it.next()) {
+        if (it.value()->find(name)) {
+            delete it.remove();
+            return;
+        }
+    }
+}
+
+int PXScriptableObject::sobSet(const char* name, const char* value) {
+    prepareParameters();
+    PXScriptableObjectProperty* p = findProperty(name);
+    if (!p) return fail(PXSOB_NoSuchProperty);
+    int result = inCall([&] { return p->set(value); });
+    if (!result) fail(PXSOB_PropertyFailed);
+    return result;
+}
+
+int PXScriptableObject::sobSet(const char* name, const PXLink* watcher, const PXLink* onClone) {
+    auto* event = static_cast<PXSobEventProperty*>(findProperty(name, PXSOB_EventProperty));
+    if (!event) return fail(PXSOB_NoSuchProperty);
+    event->setWatcher(watcher, onClone);
+    return 1;
+}
+
+const char* PXScriptableObject::sobGet(const char* name) const {
+    prepareParameters();
+    PXScriptableObjectProperty* p = findProperty(name, PXSOB_DataProperty);
+    if (!p) {
+        fail(PXSOB_NoSuchProperty);
+        return nullptr;
+    }
+    const char* result = p->get();
+    if (result == PXScriptableObjectProperty::undefinedValue) fail(PXSOB_PropertyFailed);
+    return result;
+}
+
+int PXScriptableObject::sobPlay(const char* name, const char* first, ...) const {
+    if (!first || first[0] != kPXEndOfParameters[0]) {
+        resetParameters();
+        va_list args;
+        va_start(args, first);
+        for (const char* text = first; text && text[0] != kPXEndOfParameters[0];
+             text = va_arg(args, const char*))
+            addParameter(text);
+        va_end(args);
+    }
+    PXScriptableObjectProperty* p = findProperty(name, PXSOB_MethodProperty);
+    if (!p) return fail(PXSOB_NoSuchProperty);
+    int result = inCall([&] { return p->act(); });
+    if (!result) fail(PXSOB_PropertyFailed);
+    return result;
+}
+
+int PXScriptableObject::sobPass(const char* event) const {
+    PXScriptableObjectProperty* p = findProperty(event, PXSOB_EventProperty);
+    if (!p) return fail(PXSOB_NoSuchProperty);
+    int result = p->act();
+    if (!result) fail(PXSOB_PropertyFailed);
+    return result;
+}
+
+void PXScriptableObject::sobClone(PXScriptableObject* target) const {
+    if (!target || target == this) return;
+    for (PXListWalk<PXScriptableObjectProperty> walk(*properties);
+         PXScriptableObjectProperty* p = walk.next();)
+        target->sobAddProperty(p->clone(target));
+    target->className = className;
+    newborn = target;
+    if (PXSR* record = PXSR::lookup(className)) record->executeBornLink();
+}
+
+void PXScriptableObject::sobBorn(const char* name) {
+    newborn = this;
+    if (!name || className) return;
+    PXSR* record = PXSR::lookup(name);
+    if (!record) return;
+    sobAssignProperties();
+    className = record->name;
+    record->executeBornLink();
+}
+
+void PXScriptableObject::sobSyncDone() {
+    if (!syncLink) return;
+    // The handler may set a new sync link: fire a copy, with the field clear.
+    PXLink* once = syncLink;
+    syncLink = nullptr;
+    once->call();
+    delete once;
+}
+
+PXSOBPropertyError PXScriptableObject::lastPropertyError() { return theLastPropertyError; }
+
+PXScriptableObject* PXScriptableObject::getNewborn() { return newborn; }

@@ -1,0 +1,173 @@
+// The class registry: records in order of registration, found by name
+// ignoring ASCII case, the first match winning. A lookup that finds nothing
+// loads the module named after the class when dynamic loading is on, and
+// looks once more.
+#include "baublecore/sr.h"
+
+#include <strings.h>
+
+#include <cstdarg>
+#include <cstring>
+
+#include "baublecore/scriptable_object.h"
+#include "objects/objects_internal.h"
+
+PXList<PXSR>* PXSR::classList = nullptr;
+PXSR* PXSR::currentClass = nullptr;
+const char* const PXSR::pattern = "*.plg";
+
+namespace {
+
+int dynamicLoad = 1;
+
+// Steps 3 to 6 of making an object: the class (loading it if need be), its
+// creator with the channel prepared, then its name and its properties.
+PXScriptableObject* makeObject(const char* className) {
+    PXSR* record = PXSR::lookup(className);
+    if (!record) return nullptr;
+    if (!record->creator) return nullptr;
+    PXScriptableObject::prepareParameters();
+    PXScriptableObject* object = record->creator();
+    if (!object) return nullptr;
+    object->className = record->name;
+    object->sobAssignProperties();
+    return object;
+}
+
+}  // namespace
+
+namespace bcobjects {
+
+PXSR* findClass(const char* name) {
+    if (!name || !PXSR::classList) return nullptr;
+    for (PXListNode<PXSR>* n = PXSR::classList->head; n; n = n->next)
+        if (n->value->find(name)) return n->value;
+    return nullptr;
+}
+
+void startClassRegistry() {
+    if (!PXSR::classList) PXSR::classList = new PXList<PXSR>;
+    ensureParameterChannel();
+}
+
+void stopClassRegistry() {
+    // Records of modules still loaded take themselves off at their unload;
+    // the lists go once nothing is registered.
+    if (PXSR::classList && PXSR::classList->count == 0) {
+        delete PXSR::classList;
+        PXSR::classList = nullptr;
+        dropParameterChannel();
+    }
+}
+
+}  // namespace bcobjects
+
+PXSR::PXSR(const char* n, Creator c) : name(n), creator(c), module(nullptr), bornLink(nullptr) {
+    bcobjects::startClassRegistry();
+    classList->append(this);
+}
+
+PXSR::~PXSR() {
+    if (currentClass == this) currentClass = nullptr;
+    if (classList) {
+        classList->remove(this);
+        bcobjects::stopClassRegistry();
+    }
+    delete bornLink;
+}
+
+PXSR& PXSR::operator=(const PXSR& other) {
+    if (this != &other) {
+        name = other.name;
+        creator = other.creator;
+        module = other.module;
+        PXStoreLink(bornLink, other.bornLink);
+    }
+    return *this;
+}
+
+int PXSR::find(const void* n) const {
+    return n && name && ::strcasecmp(name, static_cast<const char*>(n)) == 0;
+}
+
+void PXSR::setBornLink(const PXLink* link) { PXStoreLink(bornLink, link); }
+
+void PXSR::executeBornLink() const {
+    if (bornLink) bornLink->call();
+}
+
+void PXSR::setDynamicLoad(int on) { dynamicLoad = on; }
+int PXSR::getDynamicLoad() { return dynamicLoad; }
+
+PXSR* PXSR::lookup(const char* n) {
+    currentClass = nullptr;
+    if (!n) return nullptr;
+    currentClass = bcobjects::findClass(n);
+    if (!currentClass && dynamicLoad) {
+        load(n);
+        currentClass = bcobjects::findClass(n);
+    }
+    return currentClass;
+}
+
+int PXScriptableObject::isXtor(const char* name) { return PXSR::lookup(name) != nullptr; }
+
+int PXScriptableObject::setBornHandler(const char* className, const PXLink* link) {
+    PXSR* record = PXSR::lookup(className);
+    if (!record) return 0;
+    record->setBornLink(link);
+    return 1;
+}
+
+PXScriptableObject* PXScriptableObject::create(const char* className, const char* first, ...) {
+    if (!className) return nullptr;
+    if (!first || first[0] != kPXEndOfParameters[0]) {
+        resetParameters();
+        va_list args;
+        va_start(args, first);
+        for (const char* text = first; text && text[0] != kPXEndOfParameters[0];
+             text = va_arg(args, const char*))
+            addParameter(text);
+        va_end(args);
+    }
+    return makeObject(className);
+}
+
+PXScriptableObject* PXScriptableObject::createFromCommandLine(const char* className,
+                                                              const char* line) {
+    if (!className || !line) return nullptr;
+    resetParameters();
+    // The line is cut in a 1024-byte buffer: a longer one is cut to fit.
+    char buffer[1024];
+    std::strncpy(buffer, line, sizeof buffer - 1);
+    buffer[sizeof buffer - 1] = '\0';
+
+    // One blank separates tokens, so two blanks make an empty parameter. A
+    // quoted token runs to the next quote; parsing goes on after the next
+    // blank behind it. An unclosed quote runs to the next blank and ends it.
+    char* p = buffer;
+    while (*p) {
+        if (*p == '"') {
+            char* start = p + 1;
+            char* close = std::strchr(start, '"');
+            if (!close) {
+                char* blank = std::strchr(start, ' ');
+                if (blank) *blank = '\0';
+                addParameter(start);
+                break;
+            }
+            *close = '\0';
+            addParameter(start);
+            char* blank = std::strchr(close + 1, ' ');
+            if (!blank) break;
+            p = blank + 1;
+        } else {
+            char* blank = std::strchr(p, ' ');
+            if (blank) *blank = '\0';
+            addParameter(p);
+            if (!blank) break;
+            p = blank + 1;
+        }
+    }
+    return makeObject(className);
+}
