@@ -9,9 +9,12 @@ class PXSR;
 namespace bcobjects {
 
 // Called at the start of every ~PXScriptableObject, so that whoever refers to
-// objects by pointer (the script heap) can let go of it before it is gone.
+// objects by pointer (the script heap, the event records) can let go of it
+// before it is gone. Handlers run in the order they were added; adding one
+// twice keeps one.
 using ObjectGoneHandler = void (*)(PXScriptableObject* object);
-BC_API void setObjectGoneHandler(ObjectGoneHandler handler);
+BC_API void addObjectGoneHandler(ObjectGoneHandler handler);
+inline void setObjectGoneHandler(ObjectGoneHandler handler) { addObjectGoneHandler(handler); }
 
 // Start-up step 1 and its exit action: the class registry and the parameter
 // channel exist before anything can register or pass a parameter.

@@ -14,7 +14,8 @@ namespace {
 
 PXSOBPropertyError theLastPropertyError = PXSOB_NoError;
 PXScriptableObject* newborn = nullptr;
-bcobjects::ObjectGoneHandler objectGone = nullptr;
+// Few subsystems watch objects go: a small fixed table is enough.
+bcobjects::ObjectGoneHandler objectGone[4] = {};
 
 // Runs a property with inPropertyCall raised. It is a flag, not a counter: a
 // nested call clears it when the inner call ends.
@@ -35,7 +36,15 @@ int fail(PXSOBPropertyError code) {
 
 namespace bcobjects {
 int inPropertyCall = 0;
-void setObjectGoneHandler(ObjectGoneHandler handler) { objectGone = handler; }
+void addObjectGoneHandler(ObjectGoneHandler handler) {
+    for (ObjectGoneHandler& slot : objectGone) {
+        if (slot == handler) return;
+        if (!slot) {
+            slot = handler;
+            return;
+        }
+    }
+}
 }  // namespace bcobjects
 
 const char* const PXScriptableObject::kPXEndOfParameters = "\x01";
@@ -51,7 +60,8 @@ PXScriptableObject::PXScriptableObject()
 }
 
 PXScriptableObject::~PXScriptableObject() {
-    if (objectGone) objectGone(this);
+    for (bcobjects::ObjectGoneHandler gone : objectGone)
+        if (gone) gone(this);
     if (newborn == this) newborn = nullptr;
     for (PXListWalk<PXScriptableObjectProperty> walk(*properties);
          PXScriptableObjectProperty* p = walk.next();)

@@ -26,8 +26,15 @@ public:
     using Compare = int (*)(T*, T*);
     static constexpr int32_t kMaxWalks = 3;
 
-    explicit PXList(Compare cmp = nullptr) : compare(cmp) {}
-    ~PXList() { freeNodes(head); }
+    constexpr explicit PXList(Compare cmp = nullptr) : compare(cmp) {}
+    // Leaves an empty list behind, so a late clear() of a static list finds
+    // nothing to free twice.
+    ~PXList() {
+        PXListNode<T>* first = head;
+        head = tail = nullptr;
+        count = 0;
+        freeNodes(first);
+    }
     PXList(const PXList&) = delete;
     PXList& operator=(const PXList&) = delete;
 

@@ -3,6 +3,7 @@
 
 #include "pxbase/app.h"
 #include "pxbase/backend.h"
+#include "pxbase/file_chooser.h"
 #include "pxbase/link.h"
 #include "pxbase/list.h"
 #include "pxbase/stream.h"
