@@ -5,5 +5,7 @@
 
 #include "baublecore/api.h"
 #include "baublecore/frame.h"
+#include "baublecore/heap.h"
 #include "baublecore/scriptable_object.h"
 #include "baublecore/sr.h"
+#include "baublecore/variable.h"

@@ -9,6 +9,7 @@
 #include <ctime>
 
 #include "objects/objects_internal.h"
+#include "values/values_internal.h"
 
 namespace bcframe {
 namespace {
@@ -26,8 +27,8 @@ const StartupStep kSteps[kStartupSteps] = {
     {"last mouse point", nullptr, nullptr},
     {"bauble regions", nullptr, nullptr},
     {"user event point", nullptr, nullptr},
-    {"script heap", nullptr, nullptr},
-    {"script scratch and lists", nullptr, nullptr},
+    {"script heap", bcvalues::startScriptHeap, bcvalues::stopScriptHeap},
+    {"script scratch and lists", bcvalues::startScriptScratch, bcvalues::stopScriptScratch},
     {"thread list", nullptr, nullptr},
     {"custom keywords and random seed", seedRandom, nullptr},
     {"keyword cursor", nullptr, nullptr},

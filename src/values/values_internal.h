@@ -1,0 +1,89 @@
+// What the values subsystem shares with the rest of the library (the
+// compiler, the start-up order) and with its tests: the expression compiler's
+// scratch, the error code, the fixed sizes, and a door to the heap's private
+// operations for code that is not YThread.
+#pragma once
+
+#include <cstdint>
+
+#include "baublecore/api.h"
+#include "baublecore/heap.h"
+#include "baublecore/variable.h"
+
+namespace bcvalues {
+
+// The longest text a value hands out; buffers for values hold one more byte.
+inline constexpr int kTextMax = 1023;
+inline constexpr int kValueBufferSize = 1024;
+// A computed compound name: 127 bytes and a NUL.
+inline constexpr int kNameBufferSize = 128;
+inline constexpr int kMaxSubscripts = 32;
+// Expression code: 127 bytes and a NUL; at most 128 terminals.
+inline constexpr int kCodeBufferSize = 128;
+inline constexpr int kMaxTerminals = 128;
+// Terms refer to each other by 16-bit index read back as signed, and 0xFFFF
+// marks an absent term: 32767 is the last index an entry may take.
+inline constexpr int kLastIndex = 32767;
+inline constexpr uint16_t kNoTerm = 0xFFFF;
+// Table growth step.
+inline constexpr int kHeapGrowth = 128;
+
+// Error codes of compiling and evaluating, 0 for none.
+enum CompileError : int32_t {
+    kErrNone = 0,
+    kErrBrackets = 1,    // unbalanced brackets or quote, or (... without )
+    kErrTooLong = 2,     // empty, too long, too many terms or code bytes
+    kErrMissing = 3,     // two operators in a row: an operand is missing
+    kErrDivZero = 4,     // \ or % by a divisor that truncates to 0
+    kErrRange = 5,       // / by a tiny divisor; negative base, fractional power
+    kErrUnquoted = 6,    // tokenizer: unclosed quote
+    kErrNotNumber = 7,   // - * / \ % ^ on an operand that is not a number
+};
+
+// The compiler's scratch, made at start-up. While compiling, polishCursor is
+// the start of the code built so far (from the end of polishBuffer backwards)
+// and polishTerms the terminals so far; while evaluating, the next code byte
+// and the terminals not yet taken.
+BC_API extern char* polishBuffer;
+BC_API extern char* polishCursor;
+BC_API extern int32_t polishTerms;
+BC_API extern uint16_t* polishWords;
+// Cleared at the start of each evaluation and by a thread's (re)start; set
+// by the first failure.
+BC_API extern int32_t compileError;
+
+// Start-up step 6: the heap (its fields are zero from load on) and the hook
+// that lets variables drop an object that is being destroyed.
+void startScriptHeap();
+void stopScriptHeap();
+// Start-up step 7: the compiler scratch.
+void startScriptScratch();
+void stopScriptScratch();
+
+// The private operations of the heap and of values, for the parts of the
+// library that are not YThread, and for tests.
+struct BC_API ValuesAccess {
+    static void init(YHeap& heap) { heap.init(); }
+    static void kill(YHeap& heap) { heap.kill(); }
+    static void reset(YHeap& heap) { heap.reset(); }
+    static void polish(const YHeap& heap, const char* text, int len) { heap.polish(text, len); }
+    static void polish(const YHeap& heap, const char* a, const char* b) { heap.polish(a, b); }
+    static int pile(YHeap& heap, const char* name, int len, YVT t) { return heap.pile(name, len, t); }
+    static void dropBaubles(YHeap& heap, int kill) { heap.dropBaubles(kill); }
+    static int index(const YHeap& heap, YVariable* v) { return heap.index(v); }
+    // What the compiler does with one word: compile it, and pile it as an
+    // expression when it is one; otherwise the word is a lone term. Returns
+    // the heap index, or -1 when the term could not be made (full table).
+    // compileError is not cleared here, so a compile keeps its first error;
+    // after a failed compile the result is a harmless index and
+    // compileError tells why.
+    static int attach(YHeap& heap, const char* text, int len);
+    // Every variable that holds the object lets go of it without deleting
+    // it; called at the start of each ~PXScriptableObject.
+    static void objectGone(PXScriptableObject* o);
+    // Temporaries, as the evaluator makes them.
+    static YVariable* makeTemporary() { return new YVariable(); }
+    static void destroy(YVariable* v) { delete v; }
+};
+
+}  // namespace bcvalues
