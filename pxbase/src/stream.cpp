@@ -28,10 +28,10 @@ uint32_t span(uint64_t total, uint32_t offset, int n) {
 
 }  // namespace
 
-PXIStream::~PXIStream() { std::free(const_cast<uint8_t*>(data)); }
+PXIStream::~PXIStream() { std::free(data); }
 
 void PXIStream::reset() {
-    std::free(const_cast<uint8_t*>(data));
+    std::free(data);
     data = nullptr;
     size = 0;
 }

@@ -4,7 +4,6 @@
 // runs their destructors, which take them off again.
 #include <dirent.h>
 #include <dlfcn.h>
-#include <strings.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,7 +23,7 @@ const char* extension() { return PXSR::pattern + 1; }  // ".plg"
 
 bool hasExtension(const char* file) {
     size_t n = std::strlen(file), e = std::strlen(extension());
-    return n > e && std::strcmp(file + n - e, extension()) == 0;
+    return n > e && bcobjects::sameIgnoringCase(file + n - e, extension());
 }
 
 // The files of the current directory that pass `keep`, sorted by name so the
@@ -46,7 +45,7 @@ std::vector<std::string> listDirectory(Keep keep) {
 std::string modulePath(const char* fileName) {
     if (std::strchr(fileName, '/')) return fileName;
     if (::access(fileName, F_OK) != 0) {
-        auto same = listDirectory([&](const char* f) { return ::strcasecmp(f, fileName) == 0; });
+        auto same = listDirectory([&](const char* f) { return bcobjects::sameIgnoringCase(f, fileName); });
         if (!same.empty()) return "./" + same.front();
     }
     // A bare name is looked for in the current directory, not on the
@@ -65,13 +64,17 @@ void PXSR::load(const char* name) {
         return;
     }
 
-    if (std::strlen(name) >= kNameBuffer) return;
+    // The class name and the file name (with the extension added when the
+    // name has no dot) each fit in 128 bytes, or there is no such class.
+    bool dotted = std::strchr(name, '.') != nullptr;
+    size_t fileLength = std::strlen(name) + (dotted ? 0 : std::strlen(extension()));
+    if (fileLength >= kNameBuffer) return;
     char className[kNameBuffer];
-    char fileName[kNameBuffer + 8];
+    char fileName[kNameBuffer];
     std::strcpy(className, name);
     std::strcpy(fileName, name);
-    if (char* dot = std::strchr(className, '.'))
-        *dot = '\0';
+    if (dotted)
+        *std::strchr(className, '.') = '\0';
     else
         std::strcat(fileName, extension());
     if (bcobjects::findClass(className)) return;

@@ -21,6 +21,9 @@ inline void setObjectGoneHandler(ObjectGoneHandler handler) { addObjectGoneHandl
 void startClassRegistry();
 void stopClassRegistry();
 
+// Byte comparison ignoring ASCII case only, whatever the locale.
+bool sameIgnoringCase(const char* a, const char* b);
+
 // The first record of that name, ignoring case; never loads a module.
 PXSR* findClass(const char* name);
 

@@ -92,8 +92,8 @@ PXScriptableObjectProperty* PXSobMethodProperty::clone(PXScriptableObject* owner
 }
 
 int PXSobMethodProperty::act() const {
-    if (!link) return 0;
     PXScriptableObject::prepareParameters();
+    if (!link) return 0;
     link->call();
     return 1;
 }

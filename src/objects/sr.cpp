@@ -4,8 +4,6 @@
 // looks once more.
 #include "baublecore/sr.h"
 
-#include <strings.h>
-
 #include <cstdarg>
 #include <cstring>
 
@@ -38,6 +36,13 @@ PXScriptableObject* makeObject(const char* className) {
 
 namespace bcobjects {
 
+bool sameIgnoringCase(const char* a, const char* b) {
+    auto lower = [](unsigned char c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; };
+    for (; *a && *b; ++a, ++b)
+        if (lower(static_cast<unsigned char>(*a)) != lower(static_cast<unsigned char>(*b))) return false;
+    return *a == *b;
+}
+
 PXSR* findClass(const char* name) {
     if (!name || !PXSR::classList) return nullptr;
     for (PXListNode<PXSR>* n = PXSR::classList->head; n; n = n->next)
@@ -50,14 +55,15 @@ void startClassRegistry() {
     ensureParameterChannel();
 }
 
+// The registry and the channel stay until the library goes, even when the
+// last record leaves: a record leaves during release's own walk of the list,
+// and a handler may still hold a parameter text.
 void stopClassRegistry() {
-    // Records of modules still loaded take themselves off at their unload;
-    // the lists go once nothing is registered.
     if (PXSR::classList && PXSR::classList->count == 0) {
         delete PXSR::classList;
         PXSR::classList = nullptr;
-        dropParameterChannel();
     }
+    dropParameterChannel();
 }
 
 }  // namespace bcobjects
@@ -69,10 +75,7 @@ PXSR::PXSR(const char* n, Creator c) : name(n), creator(c), module(nullptr), bor
 
 PXSR::~PXSR() {
     if (currentClass == this) currentClass = nullptr;
-    if (classList) {
-        classList->remove(this);
-        bcobjects::stopClassRegistry();
-    }
+    if (classList) classList->remove(this);
     delete bornLink;
 }
 
@@ -80,14 +83,15 @@ PXSR& PXSR::operator=(const PXSR& other) {
     if (this != &other) {
         name = other.name;
         creator = other.creator;
-        module = other.module;
+        // The module stays with one record, so two never unload it twice.
+        module = nullptr;
         PXStoreLink(bornLink, other.bornLink);
     }
     return *this;
 }
 
 int PXSR::find(const void* n) const {
-    return n && name && ::strcasecmp(name, static_cast<const char*>(n)) == 0;
+    return n && name && bcobjects::sameIgnoringCase(name, static_cast<const char*>(n));
 }
 
 void PXSR::setBornLink(const PXLink* link) { PXStoreLink(bornLink, link); }

@@ -163,6 +163,37 @@ TEST_F(ListWalk, ClearDuringAWalkEndsItWithoutTouchingFreedNodes) {
     EXPECT_EQ(list.walkDepth, -1);
 }
 
+TEST_F(ListWalk, WhatIsAppendedAfterAClearIsNotVisitedByTheEndedWalk) {
+    Item extra{9};
+    std::vector<int> seen;
+    for (PXListWalk<Item> walk(list); Item* item = walk.next();) {
+        seen.push_back(item->key);
+        if (item->key == 0) {
+            list.clear();
+            list.append(&extra);
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<int>{0}));
+    EXPECT_EQ(keys(list), (std::vector<int>{9}));
+    EXPECT_EQ(list.walkDepth, -1);
+}
+
+TEST_F(ListWalk, OrderedAddDuringAWalkIsSeenWhenItLandsAhead) {
+    PXList<Item> ordered(ascending);
+    Item a{1}, c{3}, e{5}, b{2}, f{6};
+    for (Item* item : {&a, &c, &e}) ordered.add(item);
+    std::vector<int> seen;
+    for (PXListWalk<Item> walk(ordered); Item* item = walk.next();) {
+        seen.push_back(item->key);
+        if (item->key == 3) {
+            ordered.add(&b);  // behind the walk
+            ordered.add(&f);  // ahead of it, at the tail
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<int>{1, 3, 5, 6}));
+    EXPECT_EQ(keys(ordered), (std::vector<int>{1, 2, 3, 5, 6}));
+}
+
 TEST(ListOrder, AddWithCompareKeepsEqualKeysInOrderOfArrival) {
     PXList<Item> list(ascending);
     Item a{5, 1}, b{2, 2}, c{5, 3}, d{1, 4}, e{2, 5}, f{9, 6};

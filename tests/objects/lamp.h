@@ -15,6 +15,7 @@ public:
     int level = 0;
     std::vector<std::string> params;
     int passFromHandler = -1;  // what sobPass gave inside a handler
+    std::string echoed;        // the first parameter a set or get handler saw
 
     PXScriptableObject* copy() const override {
         auto* twin = new Lamp;
@@ -28,11 +29,16 @@ public:
         PXLinkToMember<Lamp> get(this, &Lamp::getLevel, nullptr);
         PXLinkToMember<Lamp> bump(this, &Lamp::bump);
         PXLinkToMember<Lamp> def(this, &Lamp::defaultMethod);
+        PXLinkToMember<Lamp> echoSet(this, &Lamp::echoSet, nullptr);
+        PXLinkToMember<Lamp> echoGet(this, &Lamp::echoGet, nullptr);
+        PXLinkToMember<Lamp> nested(this, &Lamp::nested);
         sobAddDataProperty("level", &set, &get);
         sobAddDataProperty("mute", nullptr, nullptr);
         sobAddMethodProperty("bump", &bump);
         sobAddMethodProperty(&def);
         sobAddEventProperty("lit");
+        sobAddDataProperty("echo", &echoSet, &echoGet);
+        sobAddMethodProperty("nested", &nested);
     }
 
     void setLevel(const void* value) {
@@ -49,6 +55,16 @@ public:
         passFromHandler = sobPass("lit");
     }
     void defaultMethod() { ++level; }
+    void echoSet(const void*) { echoed = nextParameter(); }
+    void echoGet(const void* buffer) {
+        std::snprintf(static_cast<char*>(const_cast<void*>(buffer)), 1024, "%s", nextParameter());
+    }
+    // Calls another method, then raises an event: the inner call has ended
+    // the property call, so the event goes out.
+    void nested() {
+        sobPlay("default", kPXEndOfParameters);
+        passFromHandler = sobPass("lit");
+    }
 };
 
 inline PXScriptableObject* makeLamp() {

@@ -120,14 +120,20 @@ TEST_F(Modules, AModuleWithoutItsClassIsFreedAndTheLookupFails) {
     EXPECT_EQ(classNames(), before);
 }
 
-TEST_F(Modules, NamesPastTheBufferAreNoClass) {
-    std::string longName(200, 'w');
-    fs::copy_file("Widget.plg", longName.substr(0, 120) + ".plg");
-    EXPECT_FALSE(PXScriptableObject::isXtor(longName.c_str()));
-    EXPECT_EQ(classNames(), before);
+TEST_F(Modules, AFileNameMustFitItsBuffer) {
+    std::string fits = "Widget." + std::string(127 - 7, 'v');  // 127 bytes and the NUL
+    std::string over = "Widget." + std::string(128 - 7, 'v');
+    fs::copy_file("Widget.plg", fits);
+    fs::copy_file("Widget.plg", over);
+    PXSR::load(over.c_str());
+    EXPECT_FALSE(registered("Widget"));
+    PXSR::load(fits.c_str());
+    EXPECT_TRUE(registered("Widget"));
+    EXPECT_FALSE(PXScriptableObject::isXtor(std::string(200, 'w').c_str()));
 }
 
 TEST_F(Modules, LoadAllTakesTheLastListedFirstAndReleaseAllUnloadsThem) {
+    fs::rename("Gadget.plg", "Gadget.PLG");  // the extension ignores case too
     PXSR::load(nullptr);
     std::vector<std::string> now = classNames();
     std::vector<std::string> added(now.begin() + static_cast<long>(before.size()), now.end());

@@ -42,14 +42,14 @@ TEST(Properties, LookupIsExactAndAReplacementMovesToTheEnd) {
     EXPECT_EQ(lamp->sobGet("Level"), nullptr);  // property names keep their case
     EXPECT_EQ(PXScriptableObject::lastPropertyError(), PXSOB_NoSuchProperty);
 
-    // "born", level, mute, bump, default, lit
-    ASSERT_EQ(lamp->properties->count, 6);
+    // "born", level, mute, bump, default, lit, echo, nested
+    ASSERT_EQ(lamp->properties->count, 8);
     EXPECT_STREQ(lamp->properties->head->value->name, "born");
     // Handlers are the owner's: the property aims its links at the object.
     Lamp other;
     PXLinkToMember<Lamp> set(&other, &Lamp::setLevel, nullptr);
     lamp->sobAddDataProperty("born", &set, nullptr);  // replaces the event of that name
-    EXPECT_EQ(lamp->properties->count, 6);
+    EXPECT_EQ(lamp->properties->count, 8);
     EXPECT_EQ(lamp->properties->tail->value->type, PXSOB_DataProperty);
     EXPECT_STREQ(lamp->properties->tail->value->name, "born");
     EXPECT_STREQ(lamp->properties->head->value->name, "level");
@@ -60,7 +60,7 @@ TEST(Properties, LookupIsExactAndAReplacementMovesToTheEnd) {
 
     lamp->sobRemoveProperty("level");
     EXPECT_EQ(lamp->sobGet("level"), nullptr);
-    EXPECT_EQ(lamp->properties->count, 5);
+    EXPECT_EQ(lamp->properties->count, 7);
 }
 
 TEST(Properties, ErrorCodesAndTheirPersistence) {
@@ -161,14 +161,44 @@ TEST(Events, CreateAnnouncesNothingAndSobBornDoes) {
     EXPECT_EQ(hostBuilt.properties->count, 1);
     hostBuilt.sobBorn("LAMP");
     EXPECT_STREQ(hostBuilt.isA(), "Lamp");
-    EXPECT_EQ(hostBuilt.properties->count, 6);
+    EXPECT_EQ(hostBuilt.properties->count, 8);
     EXPECT_EQ(PXScriptableObject::getNewborn(), &hostBuilt);
     EXPECT_EQ(bornWatcher.bornSeen, (std::vector<PXScriptableObject*>{&hostBuilt}));
 
     hostBuilt.sobBorn("Lamp");  // it has a class: only newborn moves
-    EXPECT_EQ(hostBuilt.properties->count, 6);
+    EXPECT_EQ(hostBuilt.properties->count, 8);
     EXPECT_EQ(bornWatcher.bornSeen.size(), 1u);
     PXScriptableObject::setBornHandler("Lamp", nullptr);
+}
+
+TEST(Events, AnEventAfterANestedCallGoesOutAndOneInsideFailsWithTwo) {
+    auto lamp = newLamp();
+    Watcher w;
+    PXLinkToMember<Watcher> watch(&w, &Watcher::fired, nullptr);
+    ASSERT_EQ(lamp->sobSet("lit", &watch, nullptr), 1);
+    ASSERT_EQ(lamp->sobPlay("nested", PXScriptableObject::kPXEndOfParameters), 1);
+    EXPECT_EQ(lamp->passFromHandler, 1);  // the flag is not a counter
+    EXPECT_EQ(w.calls, 1);
+    ASSERT_EQ(lamp->sobPlay("bump", PXScriptableObject::kPXEndOfParameters), 1);
+    EXPECT_EQ(lamp->passFromHandler, 0);
+    EXPECT_EQ(PXScriptableObject::lastPropertyError(), PXSOB_PropertyFailed);
+}
+
+TEST(Events, ACopyOfACopyDoesNotFireTheCloneLinkAgain) {
+    auto lamp = newLamp();
+    struct Clones {
+        int n = 0;
+        void seen(const void*) { ++n; }
+    } clones;
+    Watcher w;
+    PXLinkToMember<Watcher> watch(&w, &Watcher::fired, nullptr);
+    PXLinkToMember<Clones> onClone(&clones, &Clones::seen, nullptr);
+    ASSERT_EQ(lamp->sobSet("lit", &watch, &onClone), 1);
+    std::unique_ptr<PXScriptableObject> copy(lamp->copy());
+    std::unique_ptr<PXScriptableObject> copyOfCopy(copy->copy());
+    EXPECT_EQ(clones.n, 1);
+    EXPECT_EQ(copyOfCopy->sobPass("lit"), 1);  // the watcher itself came along
+    EXPECT_EQ(w.calls, 1);
 }
 
 TEST(SyncLink, FiresOnceAndMayBeSetAgainByItsHandler) {
@@ -213,6 +243,17 @@ TEST(ParameterChannel, EndAndUnpreparedCursorReadAsEmpty) {
     ASSERT_NE(end, nullptr);
     EXPECT_STREQ(end, "");
     EXPECT_STREQ(PXScriptableObject::nextParameter(), "");
+}
+
+TEST(ParameterChannel, SetAndGetHandlersReadTheParametersFromTheStart) {
+    auto lamp = newLamp();
+    PXScriptableObject::resetParameters();
+    PXScriptableObject::addParameter("first");
+    ASSERT_EQ(lamp->sobPlay("bump", PXScriptableObject::kPXEndOfParameters), 1);  // uses them up
+    ASSERT_EQ(lamp->sobSet("echo", "v"), 1);
+    EXPECT_EQ(lamp->echoed, "first");
+    PXScriptableObject::nextParameter();
+    EXPECT_STREQ(lamp->sobGet("echo"), "first");
 }
 
 TEST(ParameterChannel, KeepsItsContentBetweenCalls) {

@@ -83,6 +83,9 @@ TEST_F(Registry, CommandLineQuotingRule) {
     EXPECT_EQ(made("\"quoted\"tail next"), (V{"quoted", "next"}));
     EXPECT_EQ(made("x \"open ended"), (V{"x", "open"}));
     EXPECT_EQ(made("single"), (V{"single"}));
+    EXPECT_EQ(made(" lead"), (V{"", "lead"}));
+    EXPECT_EQ(made("trail "), (V{"trail"}));
+    EXPECT_EQ(made("\"a\"  b"), (V{"a", "", "b"}));
     EXPECT_EQ(made(""), V{});
     EXPECT_EQ(PXScriptableObject::createFromCommandLine(nullptr, "1"), nullptr);
     EXPECT_EQ(PXScriptableObject::createFromCommandLine("Recorder", nullptr), nullptr);

@@ -97,13 +97,15 @@ public:
         return false;
     }
 
-    // Frees the nodes; the values are the owner's. Running walks end at their
-    // next step: their slots are emptied rather than left on freed nodes.
+    // Frees the nodes; the values are the owner's. Every running walk ends
+    // (walkDepth goes back to -1): none is left on a freed node, and none
+    // picks up what is added afterwards.
     void clear() {
         if (count == 0) return;
         PXListNode<T>* first = head;
         count = 0;
         head = tail = nullptr;
+        walkDepth = -1;
         for (int32_t i = 0; i < kMaxWalks; ++i) walks[i] = nullptr;
         freeNodes(first);
     }
@@ -237,6 +239,10 @@ public:
     // The next value, or null when the walk has ended.
     T* next() {
         if (depth_ < 0) return nullptr;
+        if (depth_ > list_.walkDepth) {  // ended by clear()
+            depth_ = -1;
+            return nullptr;
+        }
         PXListNode<T>* node = list_.walks[depth_];
         if (!node) {
             end();
@@ -251,8 +257,10 @@ public:
 private:
     void end() {
         if (depth_ < 0) return;
-        list_.walks[depth_] = nullptr;
-        list_.walkDepth = depth_ - 1;
+        if (depth_ <= list_.walkDepth) {
+            list_.walks[depth_] = nullptr;
+            list_.walkDepth = depth_ - 1;
+        }
         depth_ = -1;
     }
 

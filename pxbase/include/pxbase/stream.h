@@ -40,7 +40,8 @@ public:
 
     void setSrcOffset(uint32_t offset) { srcOffset = offset; }
 
-    const uint8_t* data = nullptr;
+    // Writable: readers of data in the other byte order swap it in place.
+    uint8_t* data = nullptr;
     uint32_t size = 0;
     int32_t shareCount = 0;  // users counted by the library
     uint32_t srcOffset = 0;
