@@ -1,8 +1,12 @@
 // bauble: the command-line host. It only calls the public API.
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "baublecore/baublecore.h"
+#include "commands.h"
+
+using bauble::usageError;
 
 namespace {
 
@@ -12,17 +16,13 @@ const char kUsage[] =
     "Runs scripted 2D scenes.\n"
     "\n"
     "commands:\n"
+    "  run         run a script: bauble run [--headless] [--tick-ms N] [--max-ticks N]\n"
+    "              [--seed N] [--trace] SCRIPT\n"
     "  demo        run the embedded demo\n"
     "\n"
     "options:\n"
     "  --help      show this text and exit\n"
     "  --version   show the library version and exit\n";
-
-int usageError(const char* what, const char* arg) {
-    std::fprintf(stderr, "bauble: %s '%s'\n", what, arg);
-    std::fprintf(stderr, "Try 'bauble --help' for more information.\n");
-    return 2;
-}
 
 // The embedded demo: the library's version, then a short run of the task
 // loop on the headless backend, checked against the virtual clock.
@@ -50,6 +50,26 @@ int demo() {
 
 }  // namespace
 
+namespace bauble {
+
+int usageError(const char* what, const char* arg) {
+    std::fprintf(stderr, "bauble: %s '%s'\n", what, arg);
+    std::fprintf(stderr, "Try 'bauble --help' for more information.\n");
+    return kExitUsage;
+}
+
+bool numberOption(const char* option, const char* text, long& out) {
+    char* end = nullptr;
+    out = std::strtol(text, &end, 10);
+    if (!*text || *end) {
+        usageError("not a number for", option);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace bauble
+
 int main(int argc, char** argv) {
     if (argc < 2) {
         std::fputs(kUsage, stderr);
@@ -64,6 +84,7 @@ int main(int argc, char** argv) {
         std::printf("bauble %s\n", BCSysGetVersion());
         return 0;
     }
+    if (!std::strcmp(cmd, "run")) return bauble::runCommand(argc - 2, argv + 2);
     if (!std::strcmp(cmd, "demo")) {
         if (argc > 2) return usageError("unexpected argument", argv[2]);
         return demo();

@@ -4,8 +4,11 @@
 #include "pxbase/pxbase.h"
 
 #include "baublecore/api.h"
+#include "baublecore/event_record.h"
+#include "baublecore/extend.h"
 #include "baublecore/frame.h"
 #include "baublecore/heap.h"
 #include "baublecore/scriptable_object.h"
 #include "baublecore/sr.h"
+#include "baublecore/thread.h"
 #include "baublecore/variable.h"

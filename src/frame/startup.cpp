@@ -9,14 +9,31 @@
 #include <ctime>
 
 #include "objects/objects_internal.h"
+#include "threads/threads_internal.h"
 #include "values/values_internal.h"
 
 namespace bcframe {
 namespace {
 
+// Step 7 is shared: the expression compiler's scratch, then the lists of
+// the script side.
+void startScriptStatics() {
+    bcvalues::startScriptScratch();
+    bcthreads::startEventRecords();
+    bcthreads::startScriptStack();
+}
+void stopScriptStatics() {
+    bcthreads::stopScriptStack();
+    bcthreads::stopEventRecords();
+    bcvalues::stopScriptScratch();
+}
+
 // The random generator is seeded once for the life of the library, with a
 // resolution of one second: two loads in the same second give the same `?`.
-void seedRandom() { std::srand(static_cast<unsigned>(std::time(nullptr))); }
+void startKeywordsAndSeed() {
+    bcthreads::startCustomKeywords();
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+}
 
 // Steps whose subsystem is not part of this build yet keep their place with
 // null actions, so the order stays the one the library is built around.
@@ -28,10 +45,10 @@ const StartupStep kSteps[kStartupSteps] = {
     {"bauble regions", nullptr, nullptr},
     {"user event point", nullptr, nullptr},
     {"script heap", bcvalues::startScriptHeap, bcvalues::stopScriptHeap},
-    {"script scratch and lists", bcvalues::startScriptScratch, bcvalues::stopScriptScratch},
-    {"thread list", nullptr, nullptr},
-    {"custom keywords and random seed", seedRandom, nullptr},
-    {"keyword cursor", nullptr, nullptr},
+    {"script scratch and lists", startScriptStatics, stopScriptStatics},
+    {"thread list", nullptr, bcthreads::stopThreadList},
+    {"custom keywords and random seed", startKeywordsAndSeed, bcthreads::stopCustomKeywords},
+    {"keyword cursor", bcthreads::startCustomKeywords, nullptr},
 };
 
 int stepsRun = 0;

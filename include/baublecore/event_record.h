@@ -1,0 +1,63 @@
+// eventRecord: one binding of a script procedure to an event of an object,
+// to the birth of objects of a class, or to a timer. An object's watcher
+// link carries a pointer to its record; a record that goes takes the links
+// that point at it with it, so no event can reach a freed record.
+#pragma once
+
+#include <cstdint>
+
+#include "baublecore/api.h"
+#include "pxbase/list.h"
+
+class PXScriptableObject;
+class YThread;
+
+class BC_API eventRecord {
+public:
+    static PXList<eventRecord>* eventRecordList;
+
+    // The search key of remove.
+    struct Pair {
+        const char* property;
+        PXScriptableObject* object;
+    };
+    static Pair pair;
+
+    ~eventRecord();
+    eventRecord(const eventRecord&) = delete;
+    eventRecord& operator=(const eventRecord&) = delete;
+
+    // Destroys every record.
+    static void flush();
+    // Destroys every record of the object, or with a property the first one
+    // of that object and property.
+    static void remove(PXScriptableObject* const object, const char* property);
+    // Whether this record still exists.
+    static bool alive(const void* record);
+
+    int32_t entry;               // the statement behind the procedure's entry
+    PXScriptableObject* object;  // null for a class's born handler and for timers
+    const char* name;            // the script variable's name at binding; null in a clone
+    char* property;              // owned copy, may be null
+
+private:
+    friend class YThread;
+    friend struct bcthreads_access;
+
+    eventRecord(const char* name, int32_t entry, PXScriptableObject* object, const char* property);
+    // A timer's record lives for one step only and is not on the list, so a
+    // flush during its handler cannot reach it.
+    struct Unlisted {};
+    eventRecord(Unlisted, const char* name, int32_t entry);
+
+    int find(const void* o) const { return o == object; }
+    int findBoth() const;
+    void discard(const void* o);
+    // Fired when an object with this binding is copied: gives the copy's
+    // watcher a record of its own.
+    void clone(const void* pair);
+    // The variable name behind an object's binding.
+    static const char* getName(PXScriptableObject* const object);
+    // Takes away the links that still aim at this record.
+    void unhook();
+};

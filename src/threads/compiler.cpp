@@ -1,0 +1,336 @@
+// The one-pass compiler: clauses straight from the text buffer into the
+// statement table and the code words. Every operand is a heap term, and a
+// code word is its heap index; -1 ends an operand list. Keyword statements
+// push their index while their body compiles, and setJump patches their
+// jumps when the body is done.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "baublecore/heap.h"
+#include "baublecore/thread.h"
+#include "pxbase/sys.h"
+#include "threads/compiler_state.h"
+#include "values/values_internal.h"
+
+using bcvalues::compileError;
+
+namespace bcthreads {
+
+int codeCount = 0;
+int procedurePending = 0;
+const char* refusal = nullptr;
+
+namespace {
+
+// The fixed buffers of one compilation; the result is copied out at the
+// exact size.
+int16_t* codeBuffer = nullptr;
+YStatement* jumpBuffer = nullptr;
+
+struct Keyword {
+    YCMND command;
+    const char* text;
+    uint8_t length;  // filled in once, at the first compilation
+};
+
+// In the order of search. The texts of "schedule" and "idle" are also the
+// names of the timer events, compared by address.
+Keyword keywords[] = {
+    {ycIf, "if", 0},           {ycElse, "else", 0},       {ycCall, "call", 0},
+    {ycFor, "for", 0},         {ycProcedure, "procedure", 0}, {ycBreak, "break", 0},
+    {ycContinue, "continue", 0}, {ycYield, "yield", 0},   {ycPlay, "play", 0},
+    {ycSet, "set", 0},         {ycGet, "get", 0},         {ycSuspend, "suspend", 0},
+    {ycResume, "resume", 0},   {ycDrop, "drop", 0},       {ycSchedule, "schedule", 0},
+    {ycIdle, "idle", 0},       {ycWait, "wait", 0},       {ycPause, "pause", 0},
+    {ycRelay, "relay", 0},     {ycSay, "say", 0},         {ycExit, "exit", 0},
+    {ycDebug, "debug", 0},     {ycQuit, "quit", 0},       {ycEnd, nullptr, 0},
+};
+static_assert(sizeof keywords / sizeof keywords[0] == 24, "23 keywords and the end row");
+
+const Keyword* findKeyword(const char* t, int length) {
+    for (Keyword* k = keywords; k->text; ++k) {
+        if (!k->length) k->length = static_cast<uint8_t>(std::strlen(k->text));
+        if (length >= k->length && static_cast<signed char>(t[k->length]) <= 32 &&
+            std::memcmp(t, k->text, k->length) == 0)
+            return k;
+    }
+    return nullptr;
+}
+
+bool hasBody(YCMND c) { return c == ycIf || c == ycFor || c == ycProcedure || c == ycElse; }
+
+}  // namespace
+
+const char* keywordText(YCMND command) {
+    for (const Keyword* k = keywords; k->text; ++k)
+        if (k->command == command) return k->text;
+    return nullptr;
+}
+
+}  // namespace bcthreads
+
+using namespace bcthreads;
+
+void YThread::refuse(const char* why) {
+    if (!compileError) {
+        compileError = bcvalues::kErrTooLong;
+        refusal = why;
+    }
+}
+
+void YThread::emitWord(int word) {
+    if (codeCount >= kCodeWords) return refuse("too many code words");
+    codeBuffer[codeCount++] = static_cast<int16_t>(word);
+}
+
+void YThread::push(int value) {
+    if (stackDepth >= kStackWords) return refuse("statements nested too deep");
+    stack[stackDepth++] = static_cast<int16_t>(value == -1 ? pc : value);
+}
+
+int YThread::pop() { return stackDepth > 0 ? stack[--stackDepth] : 0; }
+
+void YThread::doCommand(YCMND command, int operand) {
+    // One entry stays free for the end entry.
+    if (pc >= kStatements - 1) return refuse("too many statements");
+    jumpBuffer[pc].command = command;
+    jumpBuffer[pc].operand = static_cast<int16_t>(operand ? operand : codeCount);
+    ++pc;
+}
+
+int YThread::compile() {
+    codeBuffer = static_cast<int16_t*>(std::malloc(sizeof(int16_t) * kCodeWords));
+    jumpBuffer = static_cast<YStatement*>(std::calloc(kStatements, sizeof(YStatement)));
+    refusal = nullptr;
+    for (int w = 0; w < 3; ++w) emitWord(w);
+    while (doClause()) {
+    }
+
+    code = static_cast<int16_t*>(std::malloc(sizeof(int16_t) * (codeCount ? codeCount : 1)));
+    std::memcpy(code, codeBuffer, sizeof(int16_t) * codeCount);
+    codeWordCount = codeCount;
+    jumps = static_cast<YStatement*>(std::calloc(pc + 1, sizeof(YStatement)));
+    std::memcpy(jumps, jumpBuffer, sizeof(YStatement) * pc);
+    jumps[pc].command = ycEnd;
+    jumpCount = pc;
+    std::free(codeBuffer);
+    std::free(jumpBuffer);
+    codeBuffer = nullptr;
+    jumpBuffer = nullptr;
+
+    bool failed = compileError != 0 || stackDepth != 0;
+    if (failed) showCompileError();
+    endCompilation();
+    pc = 0;
+    return failed ? 0 : 1;
+}
+
+// One message: the line of the failing token, then the source around it,
+// from 6 bytes before the token to 50 bytes after it.
+void YThread::showCompileError() {
+    char text[256];
+    int line = 1;
+    const char* at = tokenStart && textBuffer ? tokenStart : nullptr;
+    if (at)
+        for (const char* p = textBuffer; p < at; ++p) line += *p == '\r';
+    int n = std::snprintf(text, sizeof text, "%d: ", line);
+    if (refusal) n += std::snprintf(text + n, sizeof text - n, "%s: ", refusal);
+    if (at) {
+        const char* from = at - textBuffer >= 6 ? at - 6 : textBuffer;
+        const char* end = at;
+        while (*end && end < at + 50) ++end;
+        for (const char* p = from; p < end && n < static_cast<int>(sizeof text) - 1; ++p)
+            text[n++] = static_cast<unsigned char>(*p) < 32 ? ' ' : *p;
+        text[n] = '\0';
+    }
+    PXSysUserMessage(text, 0x3000, nullptr);
+}
+
+int YThread::doClause() {
+    char* t = getToken(1);
+    if (std::strncmp(t, "include ", 8) == 0) t = includeFile();
+    if (!*t) {
+        t = endOfSource();
+        if (!t) return 0;
+    }
+    if (*t == ';') return compileError == 0;
+    if (*t == '[') {
+        while (doClause()) {
+        }
+        return compileError == 0;
+    }
+    if (*t == ']') return 0;
+
+    char* p = t;
+    int length = advancePastSeparator(p, 0);
+    if (compileError) return 0;
+    if (p > t && p[-1] == '=') {
+        // An assignment: the `=` touches the name.
+        char c = *p;
+        int target = YHeap::theHeap.pile(t, length, nullptr);
+        if (target <= 0) {
+            refuse("too many terms");
+            return 0;
+        }
+        if (c == '[') {
+            // A list initialiser: each word of the line goes into a new clone
+            // of the target as its own text; nothing runs at run time.
+            ++p;
+            char buffer[bcvalues::kValueBufferSize];
+            while (bcthreads::skipBlanks(p, 0)) {
+                int clone = YHeap::theHeap.clone(target);
+                if (clone <= 0) {
+                    refuse("too many terms");
+                    return 0;
+                }
+                YVariable* slot = YHeap::theHeap[clone];
+                int associate = slot->value(buffer);
+                if (associate > 0) slot = YHeap::theHeap[associate];
+                tokenStart = p;
+                int n = advancePastSeparator(p, 1);
+                if (compileError) return 0;
+                YVariable word(tokenStart, n, static_cast<const char*>(nullptr));
+                word.value(buffer);
+                slot->set(buffer, -1);
+            }
+            textCursor = tokenStart = p;
+        } else {
+            doCommand(ycAssign, 0);
+            emitWord(target);
+            if (c == '&') {
+                ++p;
+                YHeap::theHeap[target]->makeAlias();
+            }
+            textCursor = p;
+            doList();
+        }
+        return compileError == 0;
+    }
+
+    const Keyword* k = findKeyword(t, length);
+    if (!k) {
+        doCommand(ycCustom, 0);
+        textCursor = t;
+        doList();
+        return compileError == 0;
+    }
+
+    YCMND c = k->command;
+    if ((c == ycBreak || c == ycContinue) && !insideFor()) refuse("break or continue outside a for");
+    if (c == ycElse && (pc == 0 || jumpBuffer[pc - 1].command != ycNop))
+        refuse("else that follows no if");
+    if (compileError) return 0;
+
+    push(-1);
+    switch (c) {
+        case ycIf:
+            doCommand(ycTest, 0);
+            doCommand(ycBranch, 0);
+            break;
+        case ycFor:
+            doCommand(ycForStart, 0);
+            doCommand(ycForNext, 0);
+            doCommand(ycBranch, 0);
+            break;
+        case ycBreak:
+            doCommand(ycJump, -1);
+            break;
+        case ycContinue:
+            doCommand(ycJump, -2);
+            break;
+        case ycProcedure:
+            doCommand(ycEntry, 0);
+            procedurePending = 1;
+            break;
+        default:
+            doCommand(c, 0);
+            break;
+    }
+    doList();
+    if (hasBody(c) && !compileError) {
+        textCursor = tokenStart;
+        doClause();
+    }
+    setJump();
+    return compileError == 0;
+}
+
+bool YThread::insideFor() const {
+    for (int i = 0; i < stackDepth; ++i)
+        if (jumpBuffer[stack[i]].command == ycForStart) return true;
+    return false;
+}
+
+void YThread::doList() {
+    // A `;` where an operand would stand is a comment: it ends the list (the
+    // reader has already skipped the rest of the line).
+    for (char* t = getToken(0); *t != '\r' && *t && *t != ';' && !compileError; t = getToken(0))
+        doExpression();
+    emitWord(-1);
+}
+
+void YThread::doExpression() {
+    char* s = tokenStart;
+    if (bcthreads::skipBlanks(s, 0))
+        attach(s);
+    else
+        textCursor = tokenStart;
+    if (procedurePending && !compileError) {
+        procedurePending = 0;
+        YVariable* v = YHeap::theHeap[codeBuffer[codeCount - 1]];
+        if (!v) return;
+        char buffer[bcvalues::kValueBufferSize];
+        int associate = v->value(buffer);
+        if (associate > 0) v = YHeap::theHeap[associate];
+        char entry[16];
+        std::snprintf(entry, sizeof entry, "+%d", pc - 1);
+        v->set(entry, -1);
+    }
+}
+
+int YThread::attach(const char* text) {
+    char* end = const_cast<char*>(text);
+    int n = advancePastSeparator(end, 1);
+    int index = bcvalues::ValuesAccess::attach(YHeap::theHeap, text, n);
+    if (index < 0) {
+        refuse("too many terms");
+        index = 0;
+    }
+    if (codeBuffer)
+        emitWord(index);
+    return index;
+}
+
+void YThread::setJump() {
+    if (stackDepth == 0) return;
+    int k = pop();
+    YStatement* j = jumpBuffer;
+    switch (j[k].command) {
+        case ycEntry:
+            if (pc >= kStatements - 1) return refuse("too many statements");
+            j[pc++].command = ycReturn;
+            break;
+        case ycForStart:
+            if (pc >= kStatements - 1) return refuse("too many statements");
+            j[pc] = {ycJump, static_cast<int16_t>(k + 1)};
+            for (int i = k + 1; i < pc; ++i) {
+                if (j[i].operand == -2) j[i].operand = static_cast<int16_t>(k + 1);
+                if (j[i].operand == -1) j[i].operand = static_cast<int16_t>(pc + 1);
+            }
+            ++pc;
+            j[k + 2].operand = static_cast<int16_t>(pc);
+            break;
+        case ycTest:
+            if (pc >= kStatements - 1) return refuse("too many statements");
+            j[pc++].command = ycNop;
+            j[k + 1].operand = static_cast<int16_t>(pc);
+            break;
+        case ycElse:
+            j[k].command = ycNop;
+            j[k - 1] = {ycJump, static_cast<int16_t>(pc)};
+            break;
+        default:
+            break;
+    }
+}

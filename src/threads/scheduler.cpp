@@ -1,0 +1,127 @@
+// Scheduling: one tick of all threads, one thread's visit, the coarse age
+// clock behind the timers, event delivery, and the leaving step at the end
+// of a tick, when a thread goes from one script to another.
+#include <cstdlib>
+
+#include "baublecore/event_record.h"
+#include "baublecore/heap.h"
+#include "baublecore/thread.h"
+#include "pxbase/link.h"
+#include "pxbase/sys.h"
+#include "threads/threads_internal.h"
+
+namespace {
+
+uint32_t lastAgeTime = 0;
+int16_t ageDue = 0;
+
+bool stopsStepping(int yield) { return yield == 0 || yield == 777 || yield == 333; }
+
+// Starts the thread on the script it was given, when that compiled.
+void restart(YThread* t, const char* script) {
+    t->set(script);
+    if (*t) {
+        t->running = 1;
+        if (t->goLink) t->goLink->call();
+    }
+}
+
+}  // namespace
+
+namespace bcthreads {
+
+void serviceThreads() {
+    if (YThread::threadList.count == 0) return;
+    uint32_t now = PXSysMilliSecCount();
+    if (lastAgeTime == 0) {
+        lastAgeTime = now;
+    } else if (static_cast<int32_t>(now - lastAgeTime) > 100) {
+        ageDue = 1;
+        lastAgeTime = now;
+    }
+    for (PXListWalk<YThread> walk(YThread::threadList); YThread* t = walk.next();)
+        if (t->advance()) break;
+    ageDue = 0;
+
+    YThread* leaving = YThread::leavingThread;
+    if (!leaving) return;
+    eventRecord::flush();
+    if (YThread::relayName) {
+        const char* script = YThread::relayName;
+        YThread::relayName = nullptr;
+        YThread::leavingThread = nullptr;
+        restart(leaving, script);
+        return;
+    }
+    if (YThread::relayVariable) {
+        char script[YThread::kNameSize] = "";
+        if (YVariable* v = YHeap::theHeap[YThread::relayVariable]) v->resolve(script);
+        YThread::relayVariable = 0;
+        YThread::leavingThread = nullptr;
+        restart(leaving, script);
+        return;
+    }
+    YThread::leavingThread = nullptr;
+    char* back = popScriptName();
+    if (!back) {
+        leaving->kill();
+        return;
+    }
+    restart(leaving, back);
+    std::free(back);
+}
+
+}  // namespace bcthreads
+
+using namespace bcthreads;
+
+int YThread::advance() {
+    if (ageDue && age()) return 0;
+    if (!leavingThread) {
+        for (;;) {
+            step(nullptr);
+            if (stopsStepping(yield)) return 0;
+            if (leavingThread) break;
+            // Status 1 on a thread that cannot move (asleep, or resting at
+            // its end) would never give the loop back: it yields like 0.
+            if (cannotMove()) return 0;
+        }
+    }
+    if (yield < -1) relayVariable = -yield;
+    return 1;
+}
+
+int YThread::age() {
+    ++scheduleAge;
+    ++idleAge;
+    if (scheduleEntry && scheduleAge > scheduleLimit) {
+        eventRecord record(eventRecord::Unlisted{}, keywordText(ycSchedule), scheduleEntry);
+        scheduleEntry = scheduleAge = idleAge = 0;
+        step(&record);
+        if (yield != 777) return yield >= 0 ? 1 : 0;
+    }
+    if (idleEntry && idleAge > idleLimit) {
+        eventRecord record(eventRecord::Unlisted{}, keywordText(ycIdle), idleEntry);
+        idleAge = 0;
+        step(&record);
+        if (yield != 777) return yield >= 0 ? 1 : 0;
+    }
+    return 0;
+}
+
+void YThread::handleEvent(const void* record) {
+    if (leavingThread) return;
+    // A watcher only ever carries a live record (records take their links
+    // with them); anything else is not delivered.
+    if (!eventRecord::alive(record)) return;
+    int remembered = yield;
+    if (yieldEventsOff) yield = 1;
+    step(record);
+    for (;;) {
+        if (leavingThread && yield < -1) relayVariable = -yield;
+        if (stopsStepping(yield) || leavingThread) break;
+        if (cannotMove()) break;
+        step(nullptr);
+    }
+    if (yieldEventsOff) yield = remembered;
+}

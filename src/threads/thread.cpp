@@ -1,0 +1,247 @@
+// YThread: construction and destruction, the controls a host uses on one
+// script, and the operations over all threads. One task, made with the
+// first thread and removed with the last, runs every thread.
+#include "baublecore/thread.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "baublecore/event_record.h"
+#include "baublecore/heap.h"
+#include "pxbase/app.h"
+#include "pxbase/link.h"
+#include "pxbase/sys.h"
+#include "threads/compiler_state.h"
+#include "threads/threads_internal.h"
+#include "values/values_internal.h"
+
+PXTask* YThread::task = nullptr;
+int YThread::yieldEventsOff = 0;
+PXList<YThread> YThread::threadList;
+YThread* YThread::leavingThread = nullptr;
+const char* YThread::relayName = nullptr;
+int YThread::relayVariable = 0;
+uint32_t YThread::pauseUntil = 0;
+int YThread::lastDoneCommand = 0;
+
+namespace bcthreads {
+namespace {
+
+struct ScriptName {
+    char* name;
+};
+PXList<ScriptName>* scriptStack = nullptr;
+
+void makeTask() {
+    PXLinkToFct link(serviceThreads);
+    YThread::task = new PXTask(&link, 0);
+    PXApp::theApp->addTask(YThread::task);
+}
+
+}  // namespace
+
+void startScriptStack() {
+    if (!scriptStack) scriptStack = new PXList<ScriptName>;
+}
+
+void stopScriptStack() {
+    clearScriptStack();
+    delete scriptStack;
+    scriptStack = nullptr;
+}
+
+void pushScriptName(const char* name) {
+    startScriptStack();
+    auto* entry = new ScriptName{static_cast<char*>(std::malloc(std::strlen(name) + 1))};
+    std::strcpy(entry->name, name);
+    scriptStack->append(entry);
+}
+
+char* popScriptName() {
+    if (!scriptStack || !scriptStack->count) return nullptr;
+    ScriptName* entry = scriptStack->last();
+    scriptStack->remove(entry);
+    char* name = entry->name;
+    delete entry;
+    return name;
+}
+
+void clearScriptStack() {
+    while (char* name = popScriptName()) std::free(name);
+}
+
+int scriptStackDepth() { return scriptStack ? scriptStack->count : 0; }
+
+void stopThreadList() { YThread::threadList.clear(); }
+
+}  // namespace bcthreads
+
+using namespace bcthreads;
+
+YThread::YThread(PXIStream* source) {
+    construct(nullptr);
+    if (!task && PXApp::theApp) makeTask();
+    name[0] = '\0';
+    bcvalues::ValuesAccess::init(YHeap::theHeap);
+    kill();
+    resetScriptState();
+    stack = new int16_t[kStackWords];
+    valid = compile(source);
+    adopt();
+}
+
+YThread::YThread(const char* scriptName, URL opener) {
+    construct(opener);
+    if (!task && PXApp::theApp) makeTask();
+    name[0] = '\0';
+    bcvalues::ValuesAccess::init(YHeap::theHeap);
+    set(scriptName);
+    adopt();
+}
+
+// The fields every constructor starts from.
+void YThread::construct(URL opener) {
+    url = opener;
+    doneMainArmed = 1;
+    exitLink = yieldLink = goLink = doneMainLink = nullptr;
+    jumps = nullptr;
+    code = nullptr;
+    stack = nullptr;
+    name[0] = '\0';
+    std::memset(forRecords, 0, sizeof forRecords);
+    jumpCount = codeWordCount = 0;
+    scheduleAge = idleAge = 0;
+    valid = 0;
+    interruptDepth = 0;
+    savedPc = savedSleeping = savedStackDepth = savedCondition = 0;
+    resetScriptState();
+}
+
+// Only a thread that compiled enters the list.
+void YThread::adopt() {
+    if (valid)
+        threadList.append(this);
+    else
+        strip();
+}
+
+void YThread::resetScriptState() {
+    inInterrupt = blocked = sleeping = running = 0;
+    idleAge = idleLimit = scheduleLimit = scheduleEntry = idleEntry = 0;
+    pc = stackDepth = yield = 0;
+    condition = 1;
+    eventsOn = 1;
+    forTop = -1;
+    firstYieldOn = 1;
+    codeCount = 0;
+    bcvalues::compileError = 0;
+    procedurePending = 0;
+}
+
+YThread::~YThread() {
+    eventRecord::flush();
+    threadList.remove(this);
+    if (leavingThread == this) leavingThread = nullptr;
+    if (threadList.count == 0) {
+        if (PXApp::theApp && task) PXApp::theApp->removeTask(task);
+        delete task;
+        task = nullptr;
+        bcvalues::ValuesAccess::kill(YHeap::theHeap);
+    }
+    strip();
+    delete exitLink;
+    delete yieldLink;
+    delete goLink;
+    delete doneMainLink;
+}
+
+void YThread::set(const char* scriptName) {
+    bool tooLong = false;
+    if (!scriptName) {
+        chooseFile(name, 0);
+    } else if (std::strlen(scriptName) >= sizeof name) {
+        // A name the thread cannot hold is no script.
+        tooLong = true;
+    } else if (scriptName != name) {
+        std::memmove(name, scriptName, std::strlen(scriptName) + 1);
+    }
+    kill();
+    resetScriptState();
+    strip();
+    if (tooLong) {
+        name[0] = '\0';
+        PXSysUserMessage("can't find a script of a name that long", 0x3000, nullptr);
+    }
+    if (name[0]) {
+        stack = new int16_t[kStackWords];
+        valid = compile(name);
+    }
+    if (!valid) strip();
+}
+
+void YThread::go() {
+    if (!valid) return;
+    running = 1;
+    if (goLink) goLink->call();
+}
+
+void YThread::stop() {
+    running = 0;
+    eventRecord::flush();
+}
+
+void YThread::kill() {
+    if (valid) {
+        stop();
+        strip();
+        bcvalues::ValuesAccess::reset(YHeap::theHeap);
+        valid = 0;
+    }
+    if (exitLink) exitLink->call();
+}
+
+void YThread::strip() {
+    std::free(jumps);
+    std::free(code);
+    delete[] stack;
+    jumps = nullptr;
+    code = nullptr;
+    stack = nullptr;
+}
+
+void YThread::relay(const char* scriptName) {
+    if (!scriptName || std::strcmp(scriptName, name) == 0) return;
+    leavingThread = this;
+    relayName = scriptName;
+}
+
+void YThread::call(const char* scriptName) {
+    if (!scriptName || std::strcmp(scriptName, name) == 0) return;
+    pushScriptName(name);
+    relay(scriptName);
+}
+
+void YThread::alertOnExit() {
+    if (exitLink) exitLink->call();
+}
+
+void YThread::setExitLink(const PXLink* link) { PXStoreLink(exitLink, link); }
+void YThread::setGoLink(const PXLink* link) { PXStoreLink(goLink, link); }
+void YThread::setYieldLink(const PXLink* link) { PXStoreLink(yieldLink, link); }
+void YThread::setDoneMainLink(const PXLink* link) { PXStoreLink(doneMainLink, link); }
+
+YThread* YThread::getCurrent() { return threadList.first(); }
+
+namespace {
+template <class Each>
+void forEveryThread(Each each) {
+    for (PXListWalk<YThread> walk(YThread::threadList); YThread* t = walk.next();) each(*t);
+}
+}  // namespace
+
+void YThread::dozeOffAll() { forEveryThread([](YThread& t) { t.blocked = 1; }); }
+void YThread::wakeUpAll() { forEveryThread([](YThread& t) { t.blocked = 0; }); }
+void YThread::suspendAll() { forEveryThread([](YThread& t) { t.sleeping = 1; }); }
+void YThread::resumeAll() { forEveryThread([](YThread& t) { t.sleeping = 0; }); }
+void YThread::resetIdle() { forEveryThread([](YThread& t) { t.idleAge = 0; }); }

@@ -1,0 +1,43 @@
+// What the thread subsystem shares between its files and with the start-up
+// order.
+#pragma once
+
+#include "baublecore/thread.h"
+
+class PXScriptableObject;
+
+namespace bcthreads {
+
+// The keyword table's own text for a command ("schedule", "idle", ...): the
+// timers' event names, compared by address.
+const char* keywordText(YCMND command);
+
+// One tick of all threads: the task of all threads fires this.
+void serviceThreads();
+
+// Start-up step 7: the event records, the script stack (the compiler's
+// scratch is the values subsystem's part of the same step).
+void startEventRecords();
+void stopEventRecords();
+void startScriptStack();
+void stopScriptStack();
+// Start-up step 8: the thread list (empty); its exit action empties it.
+void stopThreadList();
+// Start-up steps 9 and 10: the custom keywords and the keyword cursor.
+void startCustomKeywords();
+void stopCustomKeywords();
+
+// An object is being destroyed: its bindings go with it.
+void objectGone(PXScriptableObject* object);
+
+// Names to return to, last in first out (call of a script).
+void pushScriptName(const char* name);
+// The last name pushed, taken off (the caller frees it); null when empty.
+char* popScriptName();
+void clearScriptStack();
+int scriptStackDepth();
+
+// The custom keyword of that name; its link (which may be null) in *link.
+bool findCustomKeyword(const char* name, const PXLink** link);
+
+}  // namespace bcthreads
