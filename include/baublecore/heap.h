@@ -46,8 +46,10 @@ public:
     operator int() const { return count; }
     int operator!() const { return count == 0; }
 
-    // Null when not initialised or i is out of range.
+    // Null when not initialised or i is out of range. The non-const form
+    // keeps heap[0] from being taken for a null name.
     YVariable* operator[](int i) const;
+    YVariable* operator[](int i) { return static_cast<const YHeap&>(*this)[i]; }
     // The text of the variable of that name, made first if need be.
     const char* operator[](const char* name);
 
