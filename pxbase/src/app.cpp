@@ -4,8 +4,10 @@
 
 #include "pxbase/backend.h"
 #include "pxbase/link.h"
+#include "pxbase/sound.h"
 
 PXApp* PXApp::theApp = nullptr;
+int PXApp::bUsingDirectDraw = 0;
 
 PXTask::PXTask(const PXLink* link, unsigned) : link_(link ? link->clone() : nullptr) {}
 
@@ -48,6 +50,8 @@ void PXApp::stop() { stopped_ = true; }
 
 void PXApp::runPass() {
     for (PXListWalk<PXTask> walk(tasks_); PXTask* task = walk.next();) task->fire();
+    PXSysBackend().pollEvents();
+    SoundManager::service();
     PXSysBackend().endOfPass();
 }
 

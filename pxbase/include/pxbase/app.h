@@ -48,7 +48,8 @@ public:
     void stop();
     bool isStopped() const { return stopped_; }
 
-    // One pass over the tasks, then the backend's end of pass.
+    // One pass over the tasks, then input delivery, sound reports and the
+    // backend's end of pass.
     void runPass();
     // Passes until stop(), until no task is left (nothing could ever run
     // again), or until `maxPasses` when it is not 0. Returns the passes run.
@@ -58,6 +59,10 @@ public:
 
     // Read as a display value by the colour code.
     int32_t displayValue = 0;
+
+    // Non-zero turns page flipping on: window canvases then accept a back
+    // page (PXWndCanvas::attachToFlipChain). Both backends provide it.
+    static int bUsingDirectDraw;
 
 private:
     PXList<PXTask> tasks_;

@@ -19,6 +19,13 @@ PX_API void PXSysSetUserMessageHandler(PXUserMessageHandler handler, void* conte
 // A millisecond clock that only goes up.
 PX_API uint32_t PXSysMilliSecCount();
 
+// A tick clock for busy waits: real milliseconds under sdl; headless it
+// moves one tick at each reading, so a wait for N ticks ends after N
+// readings instead of hanging on a clock that only the loop moves.
+PX_API uint32_t PXSysTickCount();
+// Bits per pixel of a display (0: the usual one), as canvases take it.
+PX_API int PXSysNumColors(int display);
+
 // Ends the process with this exit code. A host or a test may install a hook
 // that runs first (to flush, or to record the code); the process ends anyway.
 using PXExitHook = void (*)(int code, void* context);
