@@ -48,7 +48,7 @@ const StartupStep kSteps[kStartupSteps] = {
     {"script scratch and lists", startScriptStatics, stopScriptStatics},
     {"thread list", nullptr, bcthreads::stopThreadList},
     {"custom keywords and random seed", startKeywordsAndSeed, bcthreads::stopCustomKeywords},
-    {"keyword cursor", bcthreads::startCustomKeywords, nullptr},
+    {"keyword cursor", bcthreads::startKeywordCursor, nullptr},
 };
 
 int stepsRun = 0;

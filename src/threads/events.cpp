@@ -10,6 +10,7 @@
 #include "baublecore/scriptable_object.h"
 #include "baublecore/sr.h"
 #include "baublecore/thread.h"
+#include "objects/objects_internal.h"
 #include "threads/threads_internal.h"
 
 PXList<eventRecord>* eventRecord::eventRecordList = nullptr;
@@ -115,6 +116,7 @@ namespace bcthreads {
 
 void startEventRecords() {
     if (!eventRecord::eventRecordList) eventRecord::eventRecordList = new PXList<eventRecord>;
+    bcobjects::addObjectGoneHandler(objectGone);
 }
 
 void stopEventRecords() {

@@ -16,7 +16,8 @@ struct Keyword {
     PXLink* link;
 };
 
-PXList<Keyword> customKeywords;
+// Made at start-up and freed, with every keyword, at the end of the library.
+PXList<Keyword>* customKeywords = nullptr;
 // The walk's next node; kept off any node that goes (see forget).
 PXListNode<Keyword>* keywordCursor = nullptr;
 const PXLink* lastKeywordLink = nullptr;
@@ -24,14 +25,15 @@ const PXLink* lastKeywordLink = nullptr;
 void free(Keyword* k) {
     if (keywordCursor && keywordCursor->value == k) keywordCursor = keywordCursor->next;
     if (lastKeywordLink == k->link) lastKeywordLink = nullptr;
-    customKeywords.remove(k);
+    customKeywords->remove(k);
     std::free(k->name);
     delete k->link;
     delete k;
 }
 
 Keyword* find(const char* name) {
-    for (PXListNode<Keyword>* n = customKeywords.head; n; n = n->next)
+    if (!customKeywords) return nullptr;
+    for (PXListNode<Keyword>* n = customKeywords->head; n; n = n->next)
         if (std::strcmp(n->value->name, name) == 0) return n->value;
     return nullptr;
 }
@@ -42,12 +44,21 @@ YVariable* result() { return YHeap::theHeap[2]; }
 
 namespace bcthreads {
 
-void startCustomKeywords() { keywordCursor = nullptr; }
+void startCustomKeywords() {
+    if (!customKeywords) customKeywords = new PXList<Keyword>;
+}
 
-void stopCustomKeywords() {
-    while (Keyword* k = customKeywords.first()) free(k);
+void startKeywordCursor() {
     keywordCursor = nullptr;
     lastKeywordLink = nullptr;
+}
+
+void stopCustomKeywords() {
+    if (!customKeywords) return;
+    while (Keyword* k = customKeywords->first()) free(k);
+    delete customKeywords;
+    customKeywords = nullptr;
+    startKeywordCursor();
 }
 
 bool findCustomKeyword(const char* name, const PXLink** link) {
@@ -60,15 +71,16 @@ bool findCustomKeyword(const char* name, const PXLink** link) {
 
 void YExtend(const char* name, const PXLink* link) {
     if (!name) return;
+    bcthreads::startCustomKeywords();
     if (Keyword* old = find(name)) free(old);
     auto* k = new Keyword{static_cast<char*>(std::malloc(std::strlen(name) + 1)),
                           link ? link->clone() : nullptr};
     std::strcpy(k->name, name);
-    customKeywords.append(k);
+    customKeywords->append(k);
 }
 
 const char* YGetFirstCustomKeyword() {
-    keywordCursor = customKeywords.head;
+    keywordCursor = customKeywords ? customKeywords->head : nullptr;
     lastKeywordLink = nullptr;
     return YGetNextCustomKeyword();
 }

@@ -30,6 +30,11 @@ void restart(YThread* t, const char* script) {
 
 namespace bcthreads {
 
+void resetScheduler() {
+    lastAgeTime = 0;
+    ageDue = 0;
+}
+
 void serviceThreads() {
     if (YThread::threadList.count == 0) return;
     uint32_t now = PXSysMilliSecCount();

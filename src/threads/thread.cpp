@@ -34,6 +34,8 @@ struct ScriptName {
 PXList<ScriptName>* scriptStack = nullptr;
 
 void makeTask() {
+    // A new task starts the age clock afresh: its first tick records the time.
+    resetScheduler();
     PXLinkToFct link(serviceThreads);
     YThread::task = new PXTask(&link, 0);
     PXApp::theApp->addTask(YThread::task);

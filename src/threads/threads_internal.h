@@ -14,6 +14,8 @@ const char* keywordText(YCMND command);
 
 // One tick of all threads: the task of all threads fires this.
 void serviceThreads();
+// Forgets the time of the last age tick.
+void resetScheduler();
 
 // Start-up step 7: the event records, the script stack (the compiler's
 // scratch is the values subsystem's part of the same step).
@@ -26,6 +28,7 @@ void stopThreadList();
 // Start-up steps 9 and 10: the custom keywords and the keyword cursor.
 void startCustomKeywords();
 void stopCustomKeywords();
+void startKeywordCursor();
 
 // An object is being destroyed: its bindings go with it.
 void objectGone(PXScriptableObject* object);
