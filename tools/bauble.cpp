@@ -18,32 +18,63 @@ const char kUsage[] =
     "commands:\n"
     "  run         run a script: bauble run [--headless] [--tick-ms N] [--max-ticks N]\n"
     "              [--seed N] [--trace] SCRIPT\n"
-    "  demo        run the embedded demo\n"
+    "  demo        run the embedded demo: bauble demo [--headless]\n"
     "\n"
     "options:\n"
     "  --help      show this text and exit\n"
     "  --version   show the library version and exit\n";
 
 // The embedded demo: the library's version, then a short run of the task
-// loop on the headless backend, checked against the virtual clock.
-int demo() {
+// loop that draws a moving square in a window, checked against the clock
+// and the window's pixels. It asks for the sdl backend (a real window)
+// unless told --headless; without a display pxbase falls back to headless.
+int demo(bool headless) {
     std::printf("baublecore %s\n", BCSysGetVersion());
+    const char* backend = PXSysChooseBackend(headless ? "headless" : "sdl");
+    const bool virtualClock = std::strcmp(backend, "headless") == 0;
     PXApp app;
-    struct Counter {
+    PXWindow window(PXRect(64, 64, 384, 304), PXWindowStyleNormal, PXWindowRectClient);
+    PXWndCanvas* screen = window.canvas;
+    const PXColor ground(0x1000, 0x3000, 0x5000), square(0xFFFF, 0xC000, 0x2000);
+    // The picture is composed off screen and copied to the window once a
+    // pass, so the window never shows half a picture.
+    PXMemCanvas collector(screen->getWidth(), screen->getHeight(), screen->depth, 1);
+    struct Scene {
+        PXWndCanvas* screen;
+        PXMemCanvas* collector;
+        PXColor ground, square;
+        bool virtualClock;
+        uint32_t start;
         int passes = 0;
         void tick() {
-            if (++passes == 50) PXApp::theApp->stop();
+            ++passes;
+            int w = collector->getWidth(), h = collector->getHeight();
+            collector->fillColor = ground;
+            collector->draw(PXRect(0, 0, w, h));
+            int x = 20 + (passes * 4) % 240;
+            collector->fillColor = square;
+            collector->draw(PXRect(x, 90, x + 60, 150));
+            screen->blt(collector, 0, 0, w, h, 0, 0, kPXRopCopy, nullptr);
+            // Headless, 50 passes; on a screen, about a second and a half.
+            bool done = virtualClock ? passes == 50 : PXSysMilliSecCount() - start >= 1500;
+            if (done) PXApp::theApp->stop();
         }
-    } counter;
-    PXLinkToMember<Counter> link(&counter, &Counter::tick);
+    } scene{screen, &collector, ground, square, virtualClock, PXSysMilliSecCount()};
+    PXLinkToMember<Scene> link(&scene, &Scene::tick);
     PXTask task(&link, 0);
-    uint32_t start = PXSysMilliSecCount();
     app.addTask(&task);
     app.run();
-    uint32_t elapsed = PXSysMilliSecCount() - start;
-    std::printf("task loop: %d passes, %u ms on the %s clock\n", counter.passes, elapsed,
-                PXSysBackend().name());
-    bool ok = counter.passes == 50 && elapsed == 50 * PXHeadlessTickMs();
+    uint32_t elapsed = PXSysMilliSecCount() - scene.start;
+    std::printf("task loop: %d passes, %u ms on the %s clock\n", scene.passes, elapsed, backend);
+    // The last square stands at x..x+60; the pixels on and beside it must be
+    // the colours drawn.
+    int x = 20 + (scene.passes * 4) % 240;
+    bool pixels = screen->valid() && screen->mapColor(square) != screen->mapColor(ground) &&
+                  screen->getPixel(x + 30, 120) == screen->mapColor(square) &&
+                  screen->getPixel(x + 30, 60) == screen->mapColor(ground);
+    bool clock = virtualClock ? scene.passes == 50 && elapsed == 50 * PXHeadlessTickMs()
+                              : scene.passes > 0 && elapsed >= 1500;
+    bool ok = pixels && clock;
     std::printf("smoke check: %s\n", ok ? "ok" : "FAILED");
     return ok ? 0 : 1;
 }
@@ -86,8 +117,10 @@ int main(int argc, char** argv) {
     }
     if (!std::strcmp(cmd, "run")) return bauble::runCommand(argc - 2, argv + 2);
     if (!std::strcmp(cmd, "demo")) {
-        if (argc > 2) return usageError("unexpected argument", argv[2]);
-        return demo();
+        bool headless = argc > 2 && !std::strcmp(argv[2], "--headless");
+        int used = headless ? 3 : 2;
+        if (argc > used) return usageError("unexpected argument", argv[used]);
+        return demo(headless);
     }
     if (cmd[0] == '-') return usageError("unknown option", cmd);
     return usageError("unknown command", cmd);

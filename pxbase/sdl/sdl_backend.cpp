@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "canvas_surface.h"
 #include "pxbase/app.h"
@@ -217,6 +218,16 @@ extern "C" PXBackend* PXSdlBackendOpen(char* why, size_t whySize) {
     if (opened) return opened;
     if (SDL_Init(SDL_INIT_VIDEO | SDL_INIT_EVENTS) != 0 || SDL_GetNumVideoDisplays() < 1) {
         if (why && whySize > 0) std::snprintf(why, whySize, "%s", SDL_GetError());
+        SDL_Quit();
+        return nullptr;
+    }
+    // SDL falls back on drivers that show nothing. They count as a display
+    // only when asked for by name (a test that needs SDL without a screen).
+    const char* driver = SDL_GetCurrentVideoDriver();
+    const char* asked = SDL_GetHint(SDL_HINT_VIDEODRIVER);
+    bool invisible = driver && (!std::strcmp(driver, "offscreen") || !std::strcmp(driver, "dummy"));
+    if (invisible && !(asked && std::strstr(asked, driver))) {
+        if (why && whySize > 0) std::snprintf(why, whySize, "SDL has only its '%s' video driver", driver);
         SDL_Quit();
         return nullptr;
     }

@@ -100,9 +100,10 @@ SDL_Surface* PXSurfaceCreate(int w, int h, int depth, uint32_t rm, uint32_t gm, 
     } else if (depth == 16 || depth == 24 || depth == 32) {
         format = SDL_MasksToPixelFormatEnum(depth, rm, gm, bm, 0);
         // SDL answers some mask sets with a format of another size or with
-        // alpha; only an exact layout without alpha will do.
+        // alpha; only an exact layout without alpha will do. (SDL counts the
+        // bits of a 32-bit word without alpha as 24, hence bytes.)
         if (format != SDL_PIXELFORMAT_UNKNOWN &&
-            (static_cast<int>(SDL_BITSPERPIXEL(format)) != depth || SDL_ISPIXELFORMAT_ALPHA(format)))
+            (static_cast<int>(SDL_BYTESPERPIXEL(format)) * 8 != depth || SDL_ISPIXELFORMAT_ALPHA(format)))
             format = SDL_PIXELFORMAT_UNKNOWN;
     }
     if (format == SDL_PIXELFORMAT_UNKNOWN) return nullptr;
