@@ -1,0 +1,3 @@
+say "before"
+quit
+say "after"
