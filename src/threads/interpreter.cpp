@@ -34,7 +34,10 @@ YVariable* variable(int w) { return w < 0 ? nullptr : YHeap::theHeap[w]; }
 // associate.
 YVariable* target(int w) {
     YVariable* v = variable(w);
-    if (!v) return nullptr;
+    // Only a compound name answers with an associate: every other term is
+    // its own target, and reading it (an expression is evaluated) would be
+    // work for nothing.
+    if (!v || v->type != YVT_Compound) return v;
     char buffer[kBuffer];
     int associate = v->value(buffer);
     return associate > 0 ? variable(associate) : v;
