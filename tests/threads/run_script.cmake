@@ -1,12 +1,10 @@
 # Runs one script with `bauble run --headless` in a scratch directory and
 # compares its "debug.txt" with the expected lines, and its exit status.
 #   -DBAUBLE=... -DSCRIPT=dir/name.mps -DWORK=dir [-DEXPECT_STATUS=n]
-#   [-DEXPECT_STDERR=regex] [-DARGS=...]
+#   [-DEXPECT_STDERR=regex] [-DARGS=...] [-DEXPECTED=file of the lines]
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 get_filename_component(name ${SCRIPT} NAME)
-get_filename_component(base ${SCRIPT} NAME_WE)
-get_filename_component(dir ${SCRIPT} DIRECTORY)
 if(EXISTS ${SCRIPT})
   file(COPY ${SCRIPT} DESTINATION ${WORK})
 endif()
@@ -22,8 +20,8 @@ endif()
 if(DEFINED EXPECT_STDERR AND NOT err MATCHES "${EXPECT_STDERR}")
   message(FATAL_ERROR "standard error does not match '${EXPECT_STDERR}':\n${err}")
 endif()
-if(status EQUAL 0 AND EXISTS ${dir}/${base}.expected)
-  file(READ ${dir}/${base}.expected want)
+if(status EQUAL 0 AND EXISTS "${EXPECTED}")
+  file(READ ${EXPECTED} want)
   set(got "")
   if(EXISTS ${WORK}/debug.txt)
     file(READ ${WORK}/debug.txt got)
