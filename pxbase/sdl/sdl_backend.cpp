@@ -239,3 +239,5 @@ extern "C" PXBackend* PXSdlBackendOpen(char* why, size_t whySize) {
 SDL_Window* PXSdlWindowOf(const PXWindow* window) {
     return window && window->native() ? window->native()->window : nullptr;
 }
+
+void PXSdlCloseSound() { pxsdl::soundShutdown(); }

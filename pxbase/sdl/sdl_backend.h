@@ -18,3 +18,7 @@ extern "C" PX_API PXBackend* PXSdlBackendOpen(char* why, size_t whySize);
 
 // The SDL window behind a window of ours, null when it has none.
 PX_API SDL_Window* PXSdlWindowOf(const PXWindow* window);
+
+// Closes the mixer, so that everything it played has reached its device
+// (the disk driver's file among them). A later sound opens it again.
+PX_API void PXSdlCloseSound();

@@ -191,9 +191,11 @@ void soundSetVolume(uint32_t voice, int volume, int pan) {
 
 void soundShutdown() {
     if (state != MixerState::kOpen) return;
-    Mix_ChannelFinished(nullptr);
+    // Halted while the callback is still in place, so every voice that was
+    // playing is reported finished.
     Mix_SetPostMix(nullptr, nullptr);
     Mix_HaltChannel(-1);
+    Mix_ChannelFinished(nullptr);
     Mix_CloseAudio();
     SDL_QuitSubSystem(SDL_INIT_AUDIO);
     state = MixerState::kClosed;

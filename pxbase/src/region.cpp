@@ -185,8 +185,19 @@ int PXRegion::contains(int32_t x, int32_t y) const {
 
 void PXRegion::offset(int32_t dx, int32_t dy) {
     if (!handle) return;
-    // pixman clips boxes that leave the coordinate range, so a region pushed
-    // far enough out loses pixels rather than wrapping round.
+    // pixman adds the offset in 32 bits, which wraps round at the ends of
+    // the range: first cut away what would leave it, so the region loses
+    // those pixels instead.
+    auto clampTo32 = [](int64_t v) {
+        return static_cast<int32_t>(std::clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
+                                                        std::numeric_limits<int32_t>::max()));
+    };
+    const int64_t lo = std::numeric_limits<int32_t>::min(), hi = std::numeric_limits<int32_t>::max();
+    PXRect keep(clampTo32(lo - dx), clampTo32(lo - dy), clampTo32(hi - dx), clampTo32(hi - dy));
+    if (keep != PXRect(lo, lo, hi, hi)) {
+        *this *= keep;
+        if (!handle) return;
+    }
     pixman_region32_translate(&handle->r, dx, dy);
     normalise(handle);
 }

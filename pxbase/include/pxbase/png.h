@@ -2,8 +2,8 @@
 //
 // An 8-bit canvas is saved as a palette PNG, so its indices and palette come
 // back exactly; deeper canvases are saved as 8-bit RGB, each channel widened
-// by repeating its bits, so loading into a canvas of the same layout gives
-// the same pixels back.
+// so that its full scale is 255, and loading into a canvas of the same
+// layout gives the same pixels back.
 #pragma once
 
 #include "pxbase/export.h"
