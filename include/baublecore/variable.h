@@ -143,6 +143,9 @@ private:
     // Lets go of the object without deleting it and without following
     // forwarding: what a holder does when its object is destroyed elsewhere.
     void release();
+    // Compiles the name into the thread as a new term; a plain variable that
+    // comes out of it without a value takes this entry's text.
+    void inflict(YThread* t);
 
     // The entry this one forwards to, after following every hop, or this.
     const YVariable* target() const;

@@ -81,6 +81,7 @@ struct BC_API ValuesAccess {
     // Every variable that holds the object lets go of it without deleting
     // it; called at the start of each ~PXScriptableObject.
     static void objectGone(PXScriptableObject* o);
+    static void inflict(YVariable* v, YThread* t) { v->inflict(t); }
     // Temporaries, as the evaluator makes them.
     static YVariable* makeTemporary() { return new YVariable(); }
     static void destroy(YVariable* v) { delete v; }

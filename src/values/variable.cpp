@@ -14,6 +14,7 @@
 
 #include "baublecore/heap.h"
 #include "baublecore/scriptable_object.h"
+#include "baublecore/thread.h"
 #include "values/number_text.h"
 #include "values/values_internal.h"
 
@@ -226,7 +227,8 @@ void YVariable::killBauble(int del) {
     if (alias != -1) alias = 0;
     std::memset(&number, 0, sizeof number);
     // Cleared first: the object's destructor has the heap clear every other
-    // holder, and this one must already read as not holding it.
+    // holder, and this one must already read as not holding it. A bauble
+    // leaving its window on deletion is the bauble's own destructor's work.
     if (destroy) delete o;
 }
 
@@ -237,6 +239,14 @@ void YVariable::release() {
         size_ = -1;
         plug(nullptr);
     }
+}
+
+// Nothing in the library calls this; it is kept for what it offers a host
+// through YThread.
+void YVariable::inflict(YThread* t) {
+    if (!t || !name) return;
+    YVariable* v = YHeap::theHeap[t->attach(name)];
+    if (text && v && v->type == YVT_Plain && v->state == YVS_None) v->set(text, size_);
 }
 
 const YVariable* YVariable::target() const {

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string>
 
+#include "baublecore/thread.h"
+#include "pxbase/stream.h"
 #include "values_fixture.h"
 
 namespace valuestest {
@@ -180,6 +182,23 @@ TEST_F(TermText, TwoBufferedResultsCanBeHeldAtOnce) {
     const char* b = var("'second'")->value(lb);
     EXPECT_STREQ(a, "first");
     EXPECT_STREQ(b, "second");
+}
+
+TEST_F(TermText, InflictGivesTheCompiledTermThisText) {
+    const char script[] = "\r\n";
+    PXIStreamMemory stream(script, 2);
+    YThread thread(&stream);  // a thread starts from a fresh heap
+    YVariable* odd = var("(x)");
+    ASSERT_EQ(odd->type, YVT_Plain);
+    odd->set("hi", -1);
+    bcvalues::ValuesAccess::inflict(odd, &thread);
+    EXPECT_EQ(read(var("x")), "hi");
+
+    var("y")->set("keep", -1);
+    YVariable* other = var("(y)");
+    other->set("new", -1);
+    bcvalues::ValuesAccess::inflict(other, &thread);
+    EXPECT_EQ(read(var("y")), "keep");  // a term with a value keeps it
 }
 
 TEST_F(Numbers, TenCharactersOrFewerBecomeALong) {
