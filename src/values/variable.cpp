@@ -206,17 +206,20 @@ void YVariable::reduce() {
 
 // Any assignment that stores text cuts the variable from its clones and from
 // a forwarding target.
+// The new text is copied before the old one is freed: s may point into it.
 void YVariable::plug(const char* s) {
-    delete[] text;
+    char* old = text;
     text = nullptr;
     firstClone = 0;
     if (!s) {
+        delete[] old;
         killBauble(1);
         return;
     }
     if (size_ == -1) size_ = static_cast<int32_t>(std::strlen(s));
     if (size_ > kTextMax) size_ = kTextMax;
     text = copyText(s, size_);
+    delete[] old;
 }
 
 void YVariable::killBauble(int del) {

@@ -167,6 +167,20 @@ TEST_F(TermText, OverlongTextIsCutTo1023Bytes) {
     EXPECT_EQ(read(longName).size(), 1023u);
 }
 
+TEST_F(TermText, AssigningAVariableItsOwnTextIsSafe) {
+    YVariable* v = var("v");
+    v->set("hello world", -1);
+    int len = 0;
+    const char* own = v->value(len);
+    v->set(own + 6, len - 6);
+    EXPECT_EQ(read(v), "world");
+    heap()[1]->firstClone = pile("v");  // RECEIVER forwarding to v
+    v->value(len);
+    heap()[1]->set(v->text, len);
+    EXPECT_EQ(read(v), "world");
+    heap()[1]->firstClone = 0;
+}
+
 TEST_F(TermText, PlainReadHandsOutTheStoredText) {
     YVariable* v = var("v");
     v->set("hello", -1);
