@@ -18,6 +18,9 @@ const char kUsage[] =
     "commands:\n"
     "  run         run a script: bauble run [--headless] [--tick-ms N] [--max-ticks N]\n"
     "              [--seed N] [--trace] SCRIPT\n"
+    "  compile     write the compiled file of a script: bauble compile SCRIPT -o OUT\n"
+    "  inspect     show the statements, code words and heap records of a compiled\n"
+    "              script: bauble inspect FILE\n"
     "  demo        run the embedded demo: bauble demo [--headless]\n"
     "\n"
     "options:\n"
@@ -116,6 +119,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (!std::strcmp(cmd, "run")) return bauble::runCommand(argc - 2, argv + 2);
+    if (!std::strcmp(cmd, "compile")) return bauble::compileCommand(argc - 2, argv + 2);
+    if (!std::strcmp(cmd, "inspect")) return bauble::inspectCommand(argc - 2, argv + 2);
     if (!std::strcmp(cmd, "demo")) {
         bool headless = argc > 2 && !std::strcmp(argv[2], "--headless");
         int used = headless ? 3 : 2;

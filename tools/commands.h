@@ -14,5 +14,7 @@ int usageError(const char* what, const char* arg);
 bool numberOption(const char* option, const char* text, long& out);
 
 int runCommand(int argc, char** argv);
+int compileCommand(int argc, char** argv);
+int inspectCommand(int argc, char** argv);
 
 }  // namespace bauble

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 
 #include "baublecore/api.h"
 #include "baublecore/variable.h"
@@ -111,6 +112,8 @@ private:
     int append(YVariable* const v);
     void extend();
     void dropBaubles(int kill);
+    // Writes the records of entries 3 and up, in table order.
+    void save(std::FILE* f) const;
     // Gives clone numbers to a new base from the clones made before it.
     void relinkClones(YVariable* base, const char* name, int len) const;
 

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <utility>
 
 #include "baublecore/api.h"
@@ -101,6 +102,20 @@ public:
     int getAlias() const { return alias; }
     void makeAlias() { alias = 1; }
     void drop(int kill) { set(nullptr, kill ? -2 : -3); }
+
+    // The saved record of this entry: fixed fields, then name, text and
+    // parts, numbers little-endian on any host.
+    void write(std::FILE* f) const;
+    // Read one record over this variable; `swap` non-zero reads numbers of
+    // the other byte order. 1 when a whole, sound record was read; 0 when it
+    // was cut short or holds what no record can, and the variable is then
+    // left as it was.
+    int read(std::FILE* f, int swap);
+    // From memory, moving p behind the record. This form knows no end: the
+    // caller vouches for a whole record at p, and it reads no further than
+    // the largest record reaches. The library uses the bounded form.
+    int read(const unsigned char*& p, int swap);
+    int read(const unsigned char*& p, const unsigned char* end, int swap);
 
     // Fields, in order. size_ is the `size` field: the length of text when a
     // value is held (-1 when unknown or none); for a literal the length of
