@@ -121,7 +121,7 @@ private:
     void polish(const char* text) const;
     void polish(const char* a, const char* b) const;
 
-    // Hash indexes beside the table, so lookups are not a scan. Rebuilt from
-    // the table when they disagree with it.
+    // Hash indexes beside the table, so lookups are not a scan. Every answer
+    // is checked against the table, which wins when they disagree.
     bcvalues::HeapLookup* lookup;
 };
