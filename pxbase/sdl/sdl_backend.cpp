@@ -206,11 +206,10 @@ private:
 
 SdlBackend* opened = nullptr;
 
-void shutdown() {
-    // Windows still open belong to SDL's video; leave SDL up for them.
-    pxsdl::soundShutdown();
-    if (!PXWindow::windowAt(0)) SDL_Quit();
-}
+// At exit the mixer is closed, so its device gets all it was given. SDL's
+// video stays up: windows may outlive this handler, and the process's end
+// closes the display connection anyway.
+void shutdown() { pxsdl::soundShutdown(); }
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -28,6 +29,8 @@ const Layout kLayouts[] = {
     {"24", 24, 0, 0, 0, 0x888},
     {"32", 32, 0, 0, 0, 0x8888},
 };
+
+void PrintTo(const Layout& l, std::ostream* os) { *os << l.name; }
 
 std::unique_ptr<PXMemCanvas> make(const Layout& l, int w, int h) {
     if (l.r) return std::make_unique<PXMemCanvas>(w, h, l.depth, 1, l.r, l.g, l.b);

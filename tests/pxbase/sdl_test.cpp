@@ -36,6 +36,10 @@
 
 extern char** environ;
 
+// SDL's start-up asks the session bus through libdbus, which keeps a buffer
+// it never frees. That one library's allocations are not ours to answer for.
+extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_suppressions() { return "leak:libdbus-1.so\n"; }
+
 namespace {
 
 namespace fs = std::filesystem;
