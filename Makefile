@@ -24,8 +24,12 @@ build: deps $(BUILD)/build.ninja
 build-asan: deps $(ASAN_BUILD)/build.ninja
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 
+# The embedded demo, then the first example script, headless; what the
+# script says goes to debug.txt in the build folder.
 demo: build
 	$(BUILD)/tools/bauble demo
+	cd $(BUILD) && rm -f debug.txt && ./tools/bauble run --headless $(CURDIR)/examples/hello/hello.mps \
+	  && echo "examples/hello/hello.mps said:" && cat debug.txt
 
 # Every test, in the plain build and again under ASan and UBSan.
 test: build build-asan
