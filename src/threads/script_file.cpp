@@ -17,6 +17,7 @@
 // variables; a load onto any other heap is refused rather than run with
 // wrong indices. A refusal shows one message and changes neither the
 // thread nor the heap.
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -63,12 +64,16 @@ bool isJump(int command) { return command == ycBranch || command == ycJump; }
 // Commands whose operand is never read: the compiler leaves whatever it had.
 bool operandUnused(int command) { return command == ycNop || command == ycReturn || command == ycEnd; }
 
+// The reason a file is refused. Always false, so a check can end with
+// `return refuse(...)`.
 class Refusal {
 public:
     const char* text() const { return text_; }
-    template <class... Args>
-    bool operator()(const char* format, Args... args) {
-        std::snprintf(text_, sizeof text_, format, args...);
+    [[gnu::format(printf, 2, 3)]] bool operator()(const char* format, ...) {
+        va_list args;
+        va_start(args, format);
+        std::vsnprintf(text_, sizeof text_, format, args);
+        va_end(args);
         return false;
     }
 

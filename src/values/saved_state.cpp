@@ -16,7 +16,8 @@
 // that no writer can have made, rather than hand the rest of the values code
 // a term it would read out of bounds: a type or state out of range, a length
 // past what a name, text or number can hold, a part count that does not fit
-// the type, a literal whose size exceeds its name.
+// the type, a computed name without parts, a literal whose size exceeds its
+// name.
 #include "values/saved_state.h"
 
 #include <algorithm>
@@ -164,6 +165,9 @@ bool parseRecord(In& in, Record& r) {
             if (!getU16(in, t)) return false;
     }
 
+    // A computed name reads one part per subscript, `size` of them: without
+    // its parts a large size would be a loop of that length at every read.
+    if (r.type == YVT_Compound && !r.hasTerms) return false;
     // A literal hands out `size` bytes of its name.
     if (r.type == YVT_Literal &&
         (!r.hasName || r.size < 0 || static_cast<size_t>(r.size) > std::strlen(r.name.c_str())))

@@ -251,6 +251,8 @@ TEST_F(SavedRecord, ImpossibleRecordsAreRefused) {
              for (int i = 0; i < 70000; ++i) b.i16(0);
              return b.s;
          }()},
+        // Found by the fuzzer: a size of 1650536191 made every read loop that long.
+        {"computed name without its parts", plain(2, 0).links(0, 0, 1650536191, 0).field("b").none().none().s},
         {"literal longer than its name", plain(1, 2).links(0, 0, 9, 0).field("\"q\"").none().none().s},
         {"literal without a name", plain(1, 2).links(0, 0, 0, 0).none().none().none().s},
         {"unknown alias", plain(0, 0).links(0, 0, -1, 4).field("x").none().none().s},
