@@ -218,6 +218,8 @@ int YThread::load(PXIStream* source, int swap) {
 
     YHeap& heap = YHeap::theHeap;
     bcvalues::ValuesAccess::init(heap);
+    // The code's indices mean this file's heap only: onto a heap that holds
+    // more than the fixed variables they would name other variables.
     if (heap.size() != kFixedVariables) {
         char why[200];
         std::snprintf(why, sizeof why,

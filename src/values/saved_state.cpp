@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -150,6 +151,7 @@ bool parseRecord(In& in, Record& r) {
     if (!getI32(in, r.cloneCount) || !getI32(in, r.firstClone) || !getI32(in, r.size) ||
         !getI32(in, r.alias))
         return false;
+    // Owner, reference or forwarding: any other alias is no record we wrote.
     if (r.alias < -1 || r.alias > 1) return false;
     if (!getText(in, r.hasName, r.name) || !getText(in, r.hasText, r.text)) return false;
 
@@ -207,8 +209,11 @@ void takeRecord(YVariable& v, const Record& r) {
         v.name = copyBlock(r.name);
     }
     if (r.hasText) {
-        delete[] v.text;
-        v.text = copyBlock(r.text);
+        // Text blocks come from malloc: assignments reuse them.
+        std::free(v.text);
+        v.text = static_cast<char*>(std::malloc(r.text.size() + 1));
+        std::memcpy(v.text, r.text.data(), r.text.size());
+        v.text[r.text.size()] = '\0';
     }
     if (r.hasTerms) {
         delete[] v.terms;
@@ -265,6 +270,7 @@ int YVariable::read(std::FILE* f, int swap) {
     FileSource in{f, swap};
     Record r;
     if (!parseRecord(in, r)) return 0;
+    // The record replaces the value: an object this variable owned goes.
     killBauble(1);
     takeRecord(*this, r);
     return 1;
