@@ -20,6 +20,8 @@ class YThread;
 
 namespace bcvalues {
 struct ValuesAccess;
+struct Operand;
+struct KnownNumber;
 }
 
 // The kind of term: decided when the entry is made, never changed.
@@ -172,10 +174,21 @@ private:
     int readLiteral(char* dst) const;
     int readPlain(char* dst) const;
 
+    // set(s, len), where the caller already knows what reading s as a
+    // number gives (null: it is read here).
+    void setText(const char* s, int len, const bcvalues::KnownNumber* known);
+    // Evaluates this expression entry (or reads any other term) and assigns
+    // the text to t exactly as t->set(text, -1) would.
+    void assignTo(YVariable* t) const;
+
+    // The evaluator works on light operands rather than on temporary
+    // variables: see evaluate.cpp.
     int palue(char* dst) const;
-    void pevaluate(YVariable& result) const;
-    void operate(YVariable& result, char op, YVariable& right, YVariable& left) const;
-    void operateText(YVariable& result, char op, YVariable& right, YVariable& left) const;
-    void operateNumbers(YVariable& result, char op, double l, double r) const;
-    void unquote(YVariable& result, YVariable& operand) const;
+    int evaluate(bcvalues::Operand& result) const;
+    void pevaluate(bcvalues::Operand& result) const;
+    void readTerm(bcvalues::Operand& result) const;
+    void operate(bcvalues::Operand& result, char op, bcvalues::Operand& right, bcvalues::Operand& left) const;
+    void operateText(bcvalues::Operand& result, char op, bcvalues::Operand& right, bcvalues::Operand& left) const;
+    void operateNumbers(bcvalues::Operand& result, char op, double l, double r) const;
+    void unquote(bcvalues::Operand& result, bcvalues::Operand& operand) const;
 };

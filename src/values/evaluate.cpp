@@ -1,7 +1,8 @@
 // Running an expression's prefix code: palue, pevaluate, operate.
 //
-// Operands are temporaries; each operator looks at them to choose number or
-// text. A failure sets compileError and every later operator of the same
+// Operands are temporaries (see operand.h); each operator looks at them to
+// choose number or text. A terminal is read as an assignment of the term to
+// a temporary would read it: its text, then that text read as a number. A failure sets compileError and every later operator of the same
 // evaluation does nothing, so the expression reads as its own source text.
 //
 // Every evaluation runs with its own code position: palue saves the shared
@@ -15,6 +16,7 @@
 #include "baublecore/heap.h"
 #include "baublecore/variable.h"
 #include "values/number_text.h"
+#include "values/operand.h"
 #include "values/values_internal.h"
 
 using namespace bcvalues;
@@ -30,17 +32,20 @@ void fail(int32_t code) {
     if (!compileError) compileError = code;
 }
 
-bool isNumber(const YVariable& v) { return v.state == YVS_Long || v.state == YVS_Double; }
-
-// The integer quotient and remainder as on a 32-bit machine, except that
-// -2147483648 by -1, which would trap there, wraps to -2147483648 with
-// remainder 0.
-int32_t quotient(int32_t l, int32_t r) { return (l == INT32_MIN && r == -1) ? INT32_MIN : l / r; }
-int32_t remainder32(int32_t l, int32_t r) { return (r == -1) ? 0 : l % r; }
-
 }  // namespace
 
 int YVariable::palue(char* dst) const {
+    Operand result;
+    if (evaluate(result) != 0) return compileError;
+    int len = 0;
+    const char* t = result.value(len);
+    if (len > kTextMax) len = kTextMax;
+    std::memmove(dst, t, static_cast<size_t>(len));
+    dst[len] = '\0';
+    return 0;
+}
+
+int YVariable::evaluate(Operand& result) const {
     compileError = 0;
     if (nesting >= kMaxNesting) {
         compileError = kErrTooLong;
@@ -51,22 +56,118 @@ int YVariable::palue(char* dst) const {
     ++nesting;
     polishCursor = text ? text : emptyCode;
     polishTerms = size_;
-    YVariable result;
     pevaluate(result);
     --nesting;
     polishCursor = savedCursor;
     polishTerms = savedTerms;
-    if (!compileError) result.readPlain(dst);
     return compileError;
 }
 
+// What the assignment statement does with the text of a term it is given:
+// t->set(text, -1), the text taken up to its first NUL. An expression's
+// result is stored without being read as a number again when it already
+// holds what that reading gives; a failed evaluation stores the source text.
+void YVariable::assignTo(YVariable* t) const {
+    const YVariable* v = target();
+    if (v->type != YVT_Expression) {
+        int len = 0;
+        const char* s = value(len);
+        t->setText(s, static_cast<int>(strnlen(s, static_cast<size_t>(len < 0 ? -len : len))), nullptr);
+        return;
+    }
+    Operand result;
+    if (v->evaluate(result) != 0) {
+        const char* s = v->name ? v->name : "";
+        t->setText(s, static_cast<int>(strnlen(s, kTextMax)), nullptr);
+        return;
+    }
+    int len = 0;
+    const char* s = result.value(len);
+    int n = static_cast<int>(strnlen(s, static_cast<size_t>(len)));
+    if (n == len && result.textIsNumber && result.state == YVS_Long) {
+        // As the reading leaves it: the double, then the long over it.
+        KnownNumber known{};
+        known.state = YVS_Long;
+        known.number.d = result.number.l;
+        known.number.l = result.number.l;
+        t->setText(s, n, &known);
+    } else {
+        t->setText(s, n, nullptr);
+    }
+}
+
+// A term as an operand: what assigning the term to a temporary gives. The
+// common terms (plain variables and number literals) lend their text; the
+// rest are read into a buffer and copied.
+void YVariable::readTerm(Operand& result) const {
+    const YVariable* src = this;
+    const YVariable* v = target();
+    bool quoted = false;
+    if (v->type == YVT_Literal && v->name) {
+        char first = v->name[0];
+        quoted = first == '"' || first == '\'';
+        if (first == '?') v = nullptr;
+    } else if (v->type != YVT_Plain) {
+        v = nullptr;
+    }
+    if (v) {
+        // The text is what value(char*) writes, taken up to its first NUL.
+        if (src->state == YVS_Object) {
+            result.setObject(src->number.object);
+            return;
+        }
+        const char* t = nullptr;
+        int cap = 0;
+        if (quoted) {
+            t = v->name + 1;
+            cap = v->size_ >= 2 ? v->size_ - 2 : 0;
+        } else if (v->type == YVT_Literal || v->state == YVS_None) {
+            t = v->name;
+            cap = t ? static_cast<int>(std::strlen(t)) : 0;
+        } else {
+            t = v->text;
+            cap = t ? (v->size_ >= 0 ? v->size_ : static_cast<int>(std::strlen(t))) : 0;
+        }
+        if (!t) t = "";
+        if (cap > kTextMax) cap = kTextMax;
+        int len = static_cast<int>(strnlen(t, static_cast<size_t>(cap)));
+        if (!quoted && t[len] == '\0')
+            result.borrowText(t, len);
+        else
+            result.setText(t, len);
+        return;
+    }
+    char buffer[kValueBufferSize];
+    int n = src->value(buffer);
+    if (n > 0) {
+        if (const YVariable* associate = YHeap::theHeap[n]) src = associate;
+    }
+    if (src->state == YVS_Object) {
+        result.setObject(src->number.object);
+        return;
+    }
+    if (n > 0) {
+        int len = 0;
+        const char* t = src->value(len);
+        result.setText(t, len);
+    } else {
+        result.setText(buffer, static_cast<int>(std::strlen(buffer)));
+    }
+}
+
+// The integer quotient and remainder as on a 32-bit machine, except that
+// -2147483648 by -1, which would trap there, wraps to -2147483648 with
+// remainder 0.
+int32_t quotient(int32_t l, int32_t r) { return (l == INT32_MIN && r == -1) ? INT32_MIN : l / r; }
+int32_t remainder32(int32_t l, int32_t r) { return (r == -1) ? 0 : l % r; }
+
 // Code that runs out, or names a terminal it does not have, can only come
 // from a damaged table; it fails with error 2.
-void YVariable::pevaluate(YVariable& result) const {
+void YVariable::pevaluate(Operand& result) const {
     char c = *polishCursor;
     if (c == 'z') {
         ++polishCursor;
-        result.set(int32_t{0});
+        result.setLong(0);
         return;
     }
     if (c == 't') {
@@ -81,7 +182,7 @@ void YVariable::pevaluate(YVariable& result) const {
             fail(kErrTooLong);
             return;
         }
-        result.set(term);
+        term->readTerm(result);
         return;
     }
     if (c == '\0' || polishCursor[1] == '\0') {
@@ -90,55 +191,51 @@ void YVariable::pevaluate(YVariable& result) const {
     }
     char op = polishCursor[1];
     polishCursor += 2;
-    YVariable right;
+    Operand right;
     pevaluate(right);
     if (op == '~' || op == '$') {
         operate(result, op, right, right);
         return;
     }
-    YVariable left;
+    Operand left;
     pevaluate(left);
     operate(result, op, right, left);
 }
 
-void YVariable::operate(YVariable& result, char op, YVariable& right, YVariable& left) const {
+void YVariable::operate(Operand& result, char op, Operand& right, Operand& left) const {
     if (compileError) return;
     if (left.state == YVS_Object && right.state == YVS_Object) {
-        result.set(int32_t{0});
+        result.setLong(0);
         return;
     }
-    bool numbers = isNumber(left) && isNumber(right);
+    bool numbers = left.isNumber() && right.isNumber();
     if (!numbers && op && std::strchr("-*/\\%^", op)) {
         compileError = kErrNotNumber;
         return;
     }
     if (numbers && op && std::strchr("+-*/\\%^=#<>", op)) {
-        double l = 0.0;
-        double r = 0.0;
-        left.value(&l);
-        right.value(&r);
-        operateNumbers(result, op, l, r);
+        operateNumbers(result, op, left.asDouble(), right.asDouble());
         return;
     }
     operateText(result, op, right, left);
 }
 
-void YVariable::operateNumbers(YVariable& result, char op, double l, double r) const {
+void YVariable::operateNumbers(Operand& result, char op, double l, double r) const {
     switch (op) {
     case '+':
-        result.set(l + r);
+        result.setDouble(l + r);
         break;
     case '-':
-        result.set(l - r);
+        result.setDouble(l - r);
         break;
     case '*':
-        result.set(l * r);
+        result.setDouble(l * r);
         break;
     case '/':
         if (r * r < 0.00000001)
             compileError = kErrRange;
         else
-            result.set(l / r);
+            result.setDouble(l / r);
         break;
     case '\\':
     case '%': {
@@ -148,26 +245,26 @@ void YVariable::operateNumbers(YVariable& result, char op, double l, double r) c
             break;
         }
         int32_t dividend = trunc32(l);
-        result.set(op == '\\' ? quotient(dividend, divisor) : remainder32(dividend, divisor));
+        result.setLong(op == '\\' ? quotient(dividend, divisor) : remainder32(dividend, divisor));
         break;
     }
     case '^':
         if (l < 0 && r != std::floor(r))
             compileError = kErrRange;
         else
-            result.set(std::pow(l, r));
+            result.setDouble(std::pow(l, r));
         break;
     case '=':
-        result.set(int32_t{l == r});
+        result.setLong(int32_t{l == r});
         break;
     case '#':
-        result.set(int32_t{l != r});
+        result.setLong(int32_t{l != r});
         break;
     case '<':
-        result.set(int32_t{l < r});
+        result.setLong(int32_t{l < r});
         break;
     case '>':
-        result.set(int32_t{l > r});
+        result.setLong(int32_t{l > r});
         break;
     default:
         break;
@@ -175,7 +272,7 @@ void YVariable::operateNumbers(YVariable& result, char op, double l, double r) c
 }
 
 // Text operators; a number with a text compares as its stored text.
-void YVariable::operateText(YVariable& result, char op, YVariable& right, YVariable& left) const {
+void YVariable::operateText(Operand& result, char op, Operand& right, Operand& left) const {
     int ll = 0;
     int rl = 0;
     switch (op) {
@@ -186,11 +283,11 @@ void YVariable::operateText(YVariable& result, char op, YVariable& right, YVaria
             compileError = kErrTooLong;
             break;
         }
-        char joined[kValueBufferSize];
+        char* joined = result.room(ll + rl);
         std::memcpy(joined, lt, static_cast<size_t>(ll));
         std::memcpy(joined + ll, rt, static_cast<size_t>(rl));
         joined[ll + rl] = '\0';
-        result.set(joined, ll + rl);
+        result.finishText(joined, ll + rl);
         break;
     }
     case '=':
@@ -198,7 +295,7 @@ void YVariable::operateText(YVariable& result, char op, YVariable& right, YVaria
         const char* lt = left.value(ll);
         const char* rt = right.value(rl);
         int32_t equal = ll == rl && std::strcmp(lt, rt) == 0;
-        result.set(op == '=' ? equal : int32_t{!equal});
+        result.setLong(op == '=' ? equal : int32_t{!equal});
         break;
     }
     case '<':
@@ -206,22 +303,22 @@ void YVariable::operateText(YVariable& result, char op, YVariable& right, YVaria
         const char* lt = left.value(ll);
         const char* rt = right.value(rl);
         int c = std::strcmp(lt, rt);
-        result.set(int32_t{op == '<' ? c < 0 : c > 0});
+        result.setLong(int32_t{op == '<' ? c < 0 : c > 0});
         break;
     }
     case '@': {
         const char* lt = left.value(ll);
         const char* rt = right.value(rl);
         const char* at = std::strstr(rt, lt);
-        result.set(at ? static_cast<int32_t>(at - rt + 1) : int32_t{0});
+        result.setLong(at ? static_cast<int32_t>(at - rt + 1) : int32_t{0});
         break;
     }
     case '~':
-        if (right) {
-            result.set(static_cast<int32_t>(right.size()));
+        if (right.hasValue()) {
+            result.setLong(right.size);
         } else {
             right.value(rl);
-            result.set(static_cast<int32_t>(rl));
+            result.setLong(rl);
         }
         break;
     case '$':
@@ -235,7 +332,7 @@ void YVariable::operateText(YVariable& result, char op, YVariable& right, YVaria
 // $: the operand's text compiled and read. An expression is piled (or found)
 // as an entry and evaluated; a lone term is read. The enclosing evaluation's
 // cursor and terminal count are kept across the inner compile.
-void YVariable::unquote(YVariable& result, YVariable& operand) const {
+void YVariable::unquote(Operand& result, Operand& operand) const {
     int len = 0;
     const char* source = operand.value(len);
     char* savedCursor = polishCursor;
@@ -251,9 +348,9 @@ void YVariable::unquote(YVariable& result, YVariable& operand) const {
         if (term) {
             int n = 0;
             const char* t = term->value(n);
-            if (!compileError) result.set(t, n);
+            if (!compileError) result.setText(t, n);
         } else if (*polishCursor == 'z') {
-            result.set(int32_t{0});  // "-" or "+" alone: the number 0
+            result.setLong(0);  // "-" or "+" alone: the number 0
         } else {
             fail(kErrTooLong);  // the expression could not be piled
         }

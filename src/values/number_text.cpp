@@ -2,6 +2,7 @@
 #include "values/number_text.h"
 
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -14,9 +15,34 @@ namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
+// No locale counts a digit, sign or dot as a blank: those, by far the common
+// first bytes, skip the locale's test.
 const char* skipBlanks(const char* s) {
-    while (*s && std::isspace(static_cast<unsigned char>(*s))) ++s;
+    while (*s && !startsNumber(*s) && std::isspace(static_cast<unsigned char>(*s))) ++s;
     return s;
+}
+
+// The decimal number of exactly [first, last), which holds digits with an
+// optional fraction and exponent after an optional sign. from_chars rounds
+// as strtod does, without the locale; it takes no '+', and leaves out of
+// range values to strtod, whose answer (infinity, or a tiny or zero value)
+// is the one "%lf" gives.
+double decimal(const char* first, const char* last) {
+    bool negative = false;
+    const char* p = first;
+    if (*p == '+' || *p == '-') negative = *p++ == '-';
+    double d = 0.0;
+    auto [end, error] = std::from_chars(p, last, d, std::chars_format::general);
+    if (error == std::errc() && end == last) return negative ? -d : d;
+    size_t n = static_cast<size_t>(last - first);
+    char local[64];
+    if (n < sizeof local) {
+        std::memcpy(local, first, n);
+        local[n] = '\0';
+        return std::strtod(local, nullptr);
+    }
+    std::string number(first, n);
+    return std::strtod(number.c_str(), nullptr);
 }
 
 }  // namespace
@@ -55,17 +81,9 @@ double scanDouble(const char* s) {
             p = q;
         }
     }
-    // strtod on exactly the matched bytes, so that nothing past them (such as
-    // the x of a hex prefix) is taken in.
-    size_t n = static_cast<size_t>(p - s);
-    char local[64];
-    if (n < sizeof local) {
-        std::memcpy(local, s, n);
-        local[n] = '\0';
-        return std::strtod(local, nullptr);
-    }
-    std::string number(s, n);
-    return std::strtod(number.c_str(), nullptr);
+    // Exactly the matched bytes, so that nothing past them (such as the x of
+    // a hex prefix) is taken in.
+    return decimal(s, p);
 }
 
 int32_t atoi32(const char* s) {
@@ -113,7 +131,16 @@ int formatLong(char* dst, int32_t v) {
     return len;
 }
 
+// to_chars with a precision prints as "%.*g" does in the C locale; infinity
+// and NaN keep printf's own spelling.
 int formatDouble(char* dst, double d) {
+    if (std::isfinite(d)) {
+        auto [end, error] = std::to_chars(dst, dst + kNumberTextSize - 1, d, std::chars_format::general, 15);
+        if (error == std::errc()) {
+            *end = '\0';
+            return static_cast<int>(end - dst);
+        }
+    }
     int n = std::snprintf(dst, kNumberTextSize, "%.15g", d);
     return n < kNumberTextSize ? n : kNumberTextSize - 1;
 }

@@ -11,11 +11,15 @@
 
 #include <cstdlib>
 #include <cstring>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 #include "baublecore/heap.h"
 #include "baublecore/scriptable_object.h"
 #include "baublecore/thread.h"
 #include "values/number_text.h"
+#include "values/operand.h"
 #include "values/values_internal.h"
 
 using namespace bcvalues;
@@ -32,6 +36,20 @@ char* copyText(const char* s, int len) {
     if (len > 0) std::memcpy(t, s, static_cast<size_t>(len));
     t[len] = '\0';
     return t;
+}
+
+// A value's text lives in a malloc block, so that an assignment can reuse the
+// block it already has: most assignments replace a short text by another.
+char* allocText(int len) { return static_cast<char*>(std::malloc(static_cast<size_t>(len) + 1)); }
+
+// How many bytes of text (NUL included) the block can hold.
+size_t textRoom(const char* t) {
+#if defined(__GLIBC__)
+    return t ? malloc_usable_size(const_cast<char*>(t)) : 0;
+#else
+    (void)t;
+    return 0;
+#endif
 }
 
 int pileTerm(const char* s, int len) {
@@ -64,7 +82,7 @@ YVariable::YVariable(const char* n, int len, const char* value)
 YVariable::~YVariable() {
     delete[] name;
     delete[] terms;
-    delete[] text;
+    std::free(text);
     name = nullptr;
     terms = nullptr;
     text = nullptr;
@@ -107,7 +125,9 @@ void YVariable::nameIt(const char* n, int len) {
             std::memcpy(terms, polishWords, sizeof(uint16_t) * static_cast<size_t>(count));
         }
         const char* code = polishCursor ? polishCursor : "";
-        text = copyText(code, static_cast<int>(std::strlen(code)));
+        int n = static_cast<int>(std::strlen(code));
+        text = allocText(n);
+        std::memcpy(text, code, static_cast<size_t>(n) + 1);
     } else if (type == YVT_Literal) {
         size_ = len;
     } else if (type == YVT_Unclassified) {
@@ -206,20 +226,29 @@ void YVariable::reduce() {
 
 // Any assignment that stores text cuts the variable from its clones and from
 // a forwarding target.
-// The new text is copied before the old one is freed: s may point into it.
+// The new text is copied before the old one is freed, and moved (not copied)
+// within a block that is kept: s may point into the old text.
 void YVariable::plug(const char* s) {
     char* old = text;
     text = nullptr;
     firstClone = 0;
     if (!s) {
-        delete[] old;
+        std::free(old);
         killBauble(1);
         return;
     }
     if (size_ == -1) size_ = static_cast<int32_t>(std::strlen(s));
     if (size_ > kTextMax) size_ = kTextMax;
-    text = copyText(s, size_);
-    delete[] old;
+    size_t n = static_cast<size_t>(size_);
+    if (old && textRoom(old) > n) {
+        text = old;
+        std::memmove(text, s, n);
+    } else {
+        text = allocText(size_);
+        if (n) std::memcpy(text, s, n);
+        std::free(old);
+    }
+    text[n] = '\0';
 }
 
 void YVariable::killBauble(int del) {
@@ -273,10 +302,12 @@ YVariable::operator int() const {
 
 int YVariable::size() const { return target()->size_; }
 
-void YVariable::set(const char* s, int len) {
+void YVariable::set(const char* s, int len) { setText(s, len, nullptr); }
+
+void YVariable::setText(const char* s, int len, const KnownNumber* known) {
     if (type != YVT_Plain) return;
     if (YVariable* t = target(); t != this) {
-        t->set(s, len);
+        t->setText(s, len, known);
         if (len <= -2) firstClone = 0;
         return;
     }
@@ -288,13 +319,9 @@ void YVariable::set(const char* s, int len) {
         if (len > kTextMax) len = kTextMax;
         size_ = len;
         plug(s);
-        if (startsNumber(text[0])) {
-            number.d = scanDouble(text);
-            state = YVS_Double;
-            reduce();
-        } else {
-            state = YVS_String;
-        }
+        KnownNumber k = known ? *known : readNumber(text, size_);
+        state = k.state;
+        if (state != YVS_String) number = k.number;
         return;
     }
     if (len <= -2) state = YVS_None;
