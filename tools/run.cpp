@@ -14,23 +14,34 @@ namespace {
 const char kRunUsage[] =
     "usage: bauble run [--headless] [--tick-ms N] [--max-ticks N] [--seed N] [--trace] SCRIPT\n";
 
-// Writes each statement about to run: thread, index, command and the texts
-// of its operands.
+// Writes each statement about to run: thread, index, command and its
+// operands. A plain variable shows its value; every other term shows its
+// source text, since reading it would evaluate it (and draw on the random
+// generator), and tracing must not change the run.
 void trace(const YThread& t, int statement, void*) {
     const YStatement& s = t.jumps[statement];
     const char* command = YCommandName(s.command);
     std::fprintf(stderr, "%s #%d %s", t.getName()[0] ? t.getName() : "(stream)", statement,
                  command ? command : "?");
-    bool jumps = s.command == ycJump || s.command == ycBranch;
-    if (jumps) {
-        std::fprintf(stderr, " -> %d", s.operand);
-    } else if (s.operand >= 0 && s.operand < t.codeWordCount) {
-        for (int i = s.operand; i < t.codeWordCount && t.code[i] != -1; ++i) {
-            YVariable* v = YHeap::theHeap[t.code[i]];
-            int len = 0;
-            const char* text = v ? v->value(len) : "";
-            std::fprintf(stderr, " [%.*s]", len < 0 ? -len : len, text);
-        }
+    switch (s.command) {
+        case ycJump:
+        case ycBranch:
+            std::fprintf(stderr, " -> %d", s.operand);
+            break;
+        case ycEnd:
+        case ycNop:
+        case ycReturn:
+            break;  // their operand is never read
+        default:
+            for (int i = s.operand; i >= 0 && i < t.codeWordCount && t.code[i] != -1; ++i) {
+                YVariable* v = YHeap::theHeap[t.code[i]];
+                if (!v) continue;
+                int len = 0;
+                const char* text = v->type == YVT_Plain ? v->value(len) : v->getName();
+                if (v->type != YVT_Plain) len = static_cast<int>(std::strlen(text));
+                std::fprintf(stderr, " [%.*s]", len < 0 ? -len : len, text);
+            }
+            break;
     }
     std::fputc('\n', stderr);
 }
@@ -47,6 +58,7 @@ void watch() {
 int runCommand(int argc, char** argv) {
     long tickMs = 10, maxTicks = 0, seed = -1;
     bool tracing = false;
+    bool headless = false;
     const char* script = nullptr;
     for (int i = 0; i < argc; ++i) {
         const char* a = argv[i];
@@ -55,14 +67,14 @@ int runCommand(int argc, char** argv) {
             return numberOption(a, argv[++i], out);
         };
         if (!std::strcmp(a, "--headless")) {
-            // The only backend so far; kept so scripts of tests and users
-            // can ask for it explicitly.
+            headless = true;
         } else if (!std::strcmp(a, "--tick-ms")) {
             if (!value(tickMs) || tickMs < 0) return kExitUsage;
         } else if (!std::strcmp(a, "--max-ticks")) {
             if (!value(maxTicks) || maxTicks < 0) return kExitUsage;
         } else if (!std::strcmp(a, "--seed")) {
             if (!value(seed)) return kExitUsage;
+            if (seed < 0 || seed > 0xFFFFFFFFL) return usageError("not a seed (0 to 4294967295)", argv[i]);
         } else if (!std::strcmp(a, "--trace")) {
             tracing = true;
         } else if (!std::strcmp(a, "--help")) {
@@ -81,6 +93,9 @@ int runCommand(int argc, char** argv) {
         return kExitUsage;
     }
 
+    // The real display when there is one and it is wanted; pxbase falls back
+    // to the headless backend, with its virtual clock, otherwise.
+    PXSysChooseBackend(headless ? "headless" : "sdl");
     PXHeadlessSetTickMs(static_cast<uint32_t>(tickMs));
     PXApp app;
     if (seed >= 0) std::srand(static_cast<unsigned>(seed));

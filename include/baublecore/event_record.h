@@ -1,7 +1,9 @@
 // eventRecord: one binding of a script procedure to an event of an object,
 // to the birth of objects of a class, or to a timer. An object's watcher
-// link carries a pointer to its record; a record that goes takes the links
-// that point at it with it, so no event can reach a freed record.
+// link carries the record's key, a number never given to another record;
+// delivery looks the record up by it, so a link that outlives its record
+// (a copy of a copy keeps its original's watcher) reaches nothing. A record
+// that goes also takes the links it can find with it.
 #pragma once
 
 #include <cstdint>
@@ -32,13 +34,16 @@ public:
     // Destroys every record of the object, or with a property the first one
     // of that object and property.
     static void remove(PXScriptableObject* const object, const char* property);
-    // Whether this record still exists.
-    static bool alive(const void* record);
+    // The key that watcher links carry as their data.
+    const void* key() const;
+    // The record of that key, or null when it is gone.
+    static eventRecord* byKey(const void* key);
 
     int32_t entry;               // the statement behind the procedure's entry
     PXScriptableObject* object;  // null for a class's born handler and for timers
     const char* name;            // the script variable's name at binding; null in a clone
     char* property;              // owned copy, may be null
+    uint32_t serial;             // the key; never reused
 
 private:
     friend class YThread;

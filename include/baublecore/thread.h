@@ -109,7 +109,8 @@ public:
     void flushIdle() { idleAge = 0; }
     void timer() {}
     void step(const void* event);
-    void handleEvent(const void* record);
+    // Delivers the event of the record whose key a watcher link carries.
+    void handleEvent(const void* key);
     int save(const char* path) const;
     int attach(const char* text);
     void installURL(URL opener) { url = opener; }
@@ -193,6 +194,7 @@ public:
     int32_t savedSleeping;
     int32_t savedStackDepth;
     int32_t savedCondition;
+    int32_t savedForTop;  // the main line's innermost loop while a handler runs
 
 private:
     friend struct YThreadInspector;  // tests look at the compiler's steps

@@ -19,6 +19,7 @@ namespace bcthreads {
 
 int codeCount = 0;
 int procedurePending = 0;
+int blockDepth = 0;
 const char* refusal = nullptr;
 
 namespace {
@@ -103,6 +104,7 @@ int YThread::compile() {
     codeBuffer = static_cast<int16_t*>(std::malloc(sizeof(int16_t) * kCodeWords));
     jumpBuffer = static_cast<YStatement*>(std::calloc(kStatements, sizeof(YStatement)));
     refusal = nullptr;
+    blockDepth = 0;
     for (int w = 0; w < 3; ++w) emitWord(w);
     while (doClause()) {
     }
@@ -150,14 +152,21 @@ void YThread::showCompileError() {
 int YThread::doClause() {
     char* t = getToken(1);
     if (std::strncmp(t, "include ", 8) == 0) t = includeFile();
-    if (!*t) {
+    // An included file may end its parent's text too: go back as far as needed.
+    while (!*t) {
         t = endOfSource();
         if (!t) return 0;
     }
     if (*t == ';') return compileError == 0;
     if (*t == '[') {
-        while (doClause()) {
+        // Blocks recurse: their depth is bounded like the statement stack.
+        if (++blockDepth > kStackWords) {
+            refuse("blocks nested too deep");
+        } else {
+            while (doClause()) {
+            }
         }
+        --blockDepth;
         return compileError == 0;
     }
     if (*t == ']') return 0;
@@ -265,8 +274,11 @@ bool YThread::insideFor() const {
 void YThread::doList() {
     // A `;` where an operand would stand is a comment: it ends the list (the
     // reader has already skipped the rest of the line).
-    for (char* t = getToken(0); *t != '\r' && *t && *t != ';' && !compileError; t = getToken(0))
-        doExpression();
+    char* t = getToken(0);
+    for (; *t != '\r' && *t && *t != ';' && !compileError; t = getToken(0)) doExpression();
+    // Behind a comment the next clause starts on the next line, which the
+    // reader has reached already.
+    if (*t == ';') tokenStart = textCursor;
     emitWord(-1);
 }
 

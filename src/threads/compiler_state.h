@@ -24,6 +24,8 @@ extern char fileName[kFileNameSize];
 extern int codeCount;
 // Set by `procedure`: the next operand is the procedure's name.
 extern int procedurePending;
+// Blocks open around the clause being compiled.
+extern int blockDepth;
 
 // A reason for a refusal that the compile message shows beside the source.
 extern const char* refusal;

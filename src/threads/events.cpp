@@ -16,8 +16,12 @@
 PXList<eventRecord>* eventRecord::eventRecordList = nullptr;
 eventRecord::Pair eventRecord::pair = {nullptr, nullptr};
 
+namespace {
+uint32_t lastSerial = 0;
+}  // namespace
+
 eventRecord::eventRecord(const char* n, int32_t e, PXScriptableObject* o, const char* p)
-    : entry(e), object(o), name(n), property(nullptr) {
+    : entry(e), object(o), name(n), property(nullptr), serial(++lastSerial) {
     if (p) {
         property = static_cast<char*>(std::malloc(std::strlen(p) + 1));
         std::strcpy(property, p);
@@ -26,7 +30,7 @@ eventRecord::eventRecord(const char* n, int32_t e, PXScriptableObject* o, const 
 }
 
 eventRecord::eventRecord(Unlisted, const char* n, int32_t e)
-    : entry(e), object(nullptr), name(n), property(nullptr) {}
+    : entry(e), object(nullptr), name(n), property(nullptr), serial(0) {}
 
 eventRecord::~eventRecord() {
     unhook();
@@ -41,7 +45,7 @@ void eventRecord::unhook() {
         for (PXListNode<PXScriptableObjectProperty>* n = object->properties->head; n; n = n->next) {
             auto* p = n->value;
             if (p->type != PXSOB_EventProperty || !p->find(property)) continue;
-            if (p->link && p->link->data == this) PXStoreLink(p->link, nullptr);
+            if (p->link && p->link->data == key()) PXStoreLink(p->link, nullptr);
             auto* event = static_cast<PXSobEventProperty*>(p);
             if (event->cloneLink && event->cloneLink->getObject() == this)
                 PXStoreLink(event->cloneLink, nullptr);
@@ -50,15 +54,21 @@ void eventRecord::unhook() {
     // A class's born link.
     if (PXSR::classList)
         for (PXListNode<PXSR>* n = PXSR::classList->head; n; n = n->next)
-            if (n->value->bornLink && n->value->bornLink->data == this) {
+            if (n->value->bornLink && n->value->bornLink->data == key()) {
                 delete n->value->bornLink;
                 n->value->bornLink = nullptr;
             }
 }
 
-bool eventRecord::alive(const void* record) {
-    return record && eventRecordList &&
-           eventRecordList->contains(static_cast<const eventRecord*>(record));
+const void* eventRecord::key() const {
+    return reinterpret_cast<const void*>(static_cast<uintptr_t>(serial));
+}
+
+eventRecord* eventRecord::byKey(const void* k) {
+    if (!k || !eventRecordList) return nullptr;
+    for (PXListNode<eventRecord>* n = eventRecordList->head; n; n = n->next)
+        if (n->value->key() == k) return n->value;
+    return nullptr;
 }
 
 void eventRecord::flush() {
@@ -99,7 +109,7 @@ void eventRecord::clone(const void* pairData) {
     auto* copy = static_cast<const PXSobClonePair*>(pairData);
     if (!copy || !copy->link || !copy->owner) return;
     auto* record = new eventRecord(nullptr, entry, copy->owner, property);
-    copy->link->data = record;
+    copy->link->data = record->key();
 }
 
 const char* eventRecord::getName(PXScriptableObject* const o) {

@@ -3,6 +3,7 @@
 // list and write results to variables, objects or thread fields. The
 // statement is counted past before it runs, so a call out of the script
 // (which may re-enter step through an event) finds a consistent thread.
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -77,6 +78,14 @@ int32_t asLong(YVariable* v) {
 YThread::TraceHook traceHook = nullptr;
 void* traceContext = nullptr;
 
+// Truncation toward zero into 32 bits; what does not fit (or is not a
+// number) gives the 32-bit machine's answer, 0x80000000, not undefined
+// behaviour.
+int32_t truncate32(double d) {
+    if (!(d > -2147483649.0 && d < 2147483648.0)) return INT32_MIN;
+    return static_cast<int32_t>(d);
+}
+
 void copyText(char* dst, const char* src) { std::snprintf(dst, kBuffer, "%s", src ? src : ""); }
 
 }  // namespace
@@ -127,6 +136,7 @@ const char* YCommandName(int command) {
 }
 
 void YThread::startInterrupt(int entry) {
+    savedForTop = forTop;
     savedStackDepth = stackDepth;
     savedCondition = condition;
     savedPc = pc;
@@ -137,6 +147,8 @@ void YThread::startInterrupt(int entry) {
 }
 
 void YThread::leaveInterrupt() {
+    // Loops a handler leaves behind are not the main line's.
+    forTop = savedForTop;
     stackDepth = savedStackDepth;
     condition = savedCondition;
     pc = savedPc;
@@ -185,6 +197,9 @@ void YThread::step(const void* event) {
     if (pauseUntil && PXSysMilliSecCount() > pauseUntil) {
         pauseUntil = 0;
         sleeping = 0;
+        // Woken inside a handler: the main line's pause is over too, or it
+        // would sleep for good once the handler ends.
+        if (inInterrupt) savedSleeping = 0;
     }
     if (sleeping) return;
 
@@ -301,8 +316,7 @@ void YThread::step(const void* event) {
         case ycPause: {
             double units = w[0] < 0 ? 0 : asDouble(target(w[0]));
             if (units != 0) {
-                pauseUntil = PXSysMilliSecCount() + static_cast<uint32_t>(
-                                                        static_cast<int64_t>(units * 900));
+                pauseUntil = PXSysMilliSecCount() + static_cast<uint32_t>(truncate32(units * 900));
                 sleeping = 1;
             }
             break;
@@ -334,9 +348,10 @@ void YThread::step(const void* event) {
             break;
         default:
             // The end of the code, or a command without a name: rest here.
-            fireDoneMain(c, true);
-            if (yieldEventsOff) yield = 333;
+            // The thread is put in order before the host's link may re-enter it.
             --pc;
+            if (yieldEventsOff) yield = 333;
+            fireDoneMain(c, true);
             break;
     }
 }
@@ -469,9 +484,12 @@ void YThread::assign(const YOperands& w) {
             std::snprintf(param, sizeof param, "%.*s", n, p);
             PXScriptableObject::addParameter(param);
         }
+        int16_t targetWord = static_cast<int16_t>(w[0]);
+        const int16_t* codeBefore = code;
         PXScriptableObject* made = PXScriptableObject::create(x, PXScriptableObject::kPXEndOfParameters);
-        // The creator may have run script code: find the target again.
-        t = target(w[0]);
+        // The creator may have run script code, even replaced the script:
+        // find the target again, and keep the object only for this script.
+        t = code == codeBefore ? target(targetWord) : nullptr;
         if (!t) {
             delete made;
             return;
@@ -508,7 +526,7 @@ int YThread::checkDrop(int& i, char*) {
     // The words that name a further operand stand on it; without one they
     // do nothing.
     auto next = [&]() -> YVariable* {
-        if (code[i + 1] == -1) return nullptr;
+        if (i + 1 >= codeWordCount || code[i + 1] == -1) return nullptr;
         return variable(code[++i]);
     };
     switch (which) {
@@ -614,7 +632,7 @@ void YThread::setTimer(int c, const YOperands& w) {
     double v = asDouble(target(w[0]));
     if (v == 0) return;
     int32_t entry = asLong(variable(w[1])) + 1;
-    auto limit = static_cast<int32_t>(v * 9.0);
+    int32_t limit = truncate32(v * 9.0);
     if (c == ycIdle) {
         idleEntry = entry;
         idleLimit = limit;
@@ -664,7 +682,7 @@ void YThread::setProperty(const YOperands& w) {
         int32_t n = asLong(last);
         if (o) eventRecord::remove(o, p);
         auto* record = new eventRecord(t->getName(), n + 1, o, p);
-        PXLinkToMember<YThread> watcher(this, &YThread::handleEvent, record);
+        PXLinkToMember<YThread> watcher(this, &YThread::handleEvent, record->key());
         if (o) {
             PXLinkToMember<eventRecord> onClone(record, &eventRecord::clone, nullptr);
             o->sobSet(p, &watcher, &onClone);
@@ -713,7 +731,8 @@ void YThread::play(const YOperands& w) {
         if (YVariable* mv = variable(w[1])) mv->value(m);
         bool wait = m[0] == '}';
         char param[kBuffer];
-        for (int i = 2; w[i] != -1 && !wait; ++i) {
+        // Parameters go in up to a `}`, even when the method itself is one.
+        for (int i = 2; w[i] != -1; ++i) {
             int n = 0;
             const char* x = string(w[i], &n);
             if (n > 0 && x[0] == '}') {

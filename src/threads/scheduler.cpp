@@ -59,7 +59,7 @@ void serviceThreads() {
         return;
     }
     if (YThread::relayVariable) {
-        char script[YThread::kNameSize] = "";
+        char script[1024] = "";  // a value's text; set() refuses what is too long for a name
         if (YVariable* v = YHeap::theHeap[YThread::relayVariable]) v->resolve(script);
         YThread::relayVariable = 0;
         YThread::leavingThread = nullptr;
@@ -114,11 +114,12 @@ int YThread::age() {
     return 0;
 }
 
-void YThread::handleEvent(const void* record) {
+void YThread::handleEvent(const void* key) {
     if (leavingThread) return;
-    // A watcher only ever carries a live record (records take their links
-    // with them); anything else is not delivered.
-    if (!eventRecord::alive(record)) return;
+    // The link carries the record's key: a record that is gone is not found,
+    // and its event is lost.
+    eventRecord* record = eventRecord::byKey(key);
+    if (!record) return;
     int remembered = yield;
     if (yieldEventsOff) yield = 1;
     step(record);

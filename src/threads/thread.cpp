@@ -117,6 +117,7 @@ void YThread::construct(URL opener) {
     valid = 0;
     interruptDepth = 0;
     savedPc = savedSleeping = savedStackDepth = savedCondition = 0;
+    savedForTop = -1;
     resetScriptState();
 }
 
@@ -144,7 +145,11 @@ void YThread::resetScriptState() {
 YThread::~YThread() {
     eventRecord::flush();
     threadList.remove(this);
-    if (leavingThread == this) leavingThread = nullptr;
+    if (leavingThread == this) {
+        leavingThread = nullptr;
+        relayName = nullptr;
+        relayVariable = 0;
+    }
     if (threadList.count == 0) {
         if (PXApp::theApp && task) PXApp::theApp->removeTask(task);
         delete task;

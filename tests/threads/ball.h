@@ -16,6 +16,7 @@ public:
     int size = 0;
     int plays = 0;
     std::vector<std::string> rolled;
+    std::vector<std::string> played;
 
     Ball() { ++alive; }
     ~Ball() override { --alive; }
@@ -40,7 +41,11 @@ public:
     void getSize(const void* buffer) {
         std::snprintf(static_cast<char*>(const_cast<void*>(buffer)), 1024, "%d", size);
     }
-    void play() { ++plays; }
+    void play() {
+        ++plays;
+        played.clear();
+        for (const char* p = nextParameter(); *p; p = nextParameter()) played.emplace_back(p);
+    }
     void roll() {
         rolled.clear();
         for (const char* p = nextParameter(); *p; p = nextParameter()) rolled.emplace_back(p);

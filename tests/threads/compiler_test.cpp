@@ -183,11 +183,51 @@ TEST_F(Compiler, LimitsAreRefusedWithAMessage) {
     ASSERT_EQ(messages.size(), 4u);
     EXPECT_NE(messages[0].find("break or continue outside a for"), std::string::npos);
     EXPECT_NE(messages[1].find("else that follows no if"), std::string::npos);
+    EXPECT_NE(messages[2].find("else that follows no if"), std::string::npos);
     EXPECT_NE(messages[3].find("too many statements"), std::string::npos);
+    std::string words = "say";
+    for (int i = 0; i < 20001; ++i) words += " w";
+    EXPECT_FALSE(compile(words + "\n"));
+    EXPECT_NE(messages.back().find("too many code words"), std::string::npos) << messages.back();
+    EXPECT_FALSE(compile(std::string(30000, '[')));
+    EXPECT_NE(messages.back().find("blocks nested too deep"), std::string::npos) << messages.back();
     std::string deep;
     for (int i = 0; i < 2100; ++i) deep += "if x\n";
     EXPECT_FALSE(compile(deep));
     EXPECT_NE(messages.back().find("nested too deep"), std::string::npos) << messages.back();
+}
+
+TEST_F(Compiler, ACommentBehindAHeaderLineIsNotItsBody) {
+    YThread& t = compile("if x ; a comment\nsay \"yes\"\nsay \"end\"\n");
+    ASSERT_TRUE(t);
+    // test, branch past the say, the say, the if's end, the last say
+    EXPECT_EQ(t.jumps[1].command, ycBranch);
+    EXPECT_EQ(t.jumps[1].operand, 4);
+    EXPECT_EQ(operands(t, 2), (std::vector<std::string>{"\"yes\""}));
+    EXPECT_EQ(t.jumps[3].command, ycNop);
+}
+
+TEST_F(Compiler, NestedIncludesEndingTogetherLeaveNoStrayStatement) {
+    writeScript("c.mps", "say \"c\"\n");
+    writeScript("b.mps", "say \"b\"\ninclude c.mps\n");
+    writeScript("a.mps", "include b.mps\nsay \"a\"\n");
+    YThread t("a.mps");
+    ASSERT_TRUE(t);
+    EXPECT_EQ(t.jumpCount, 3);
+    EXPECT_EQ(operands(t, 0), (std::vector<std::string>{"\"b\""}));
+    EXPECT_EQ(operands(t, 1), (std::vector<std::string>{"\"c\""}));
+    EXPECT_EQ(operands(t, 2), (std::vector<std::string>{"\"a\""}));
+}
+
+TEST_F(Compiler, IncludeRefusesCompiledScriptsAndLongNames) {
+    std::ofstream("compiled.mps", std::ios::binary) << std::string("\x02\0\0\0\0", 5);
+    writeScript("a.mps", "include compiled.mps\nsay 1\n");
+    YThread a("a.mps");
+    EXPECT_FALSE(a);
+    EXPECT_NE(messages.back().find("a compiled script cannot be included"), std::string::npos);
+    writeScript("b.mps", "include " + std::string(140, 'n') + "\n");
+    YThread b("b.mps");
+    EXPECT_FALSE(b);
 }
 
 TEST_F(Compiler, IncludeReadsAFileInPlaceOfItsLine) {

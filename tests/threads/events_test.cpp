@@ -114,6 +114,59 @@ TEST_F(Events, AWatcherNeverReachesAFlushedRecord) {
     EXPECT_TRUE(said().empty());
 }
 
+TEST_F(Events, ACopyOfACopyNeverReachesARecordThatWentOrItsSuccessor) {
+    // d's watcher is a copy of c's, which points at c's record.
+    run("b=EventBall\nset b hit onhit\nc=b\nd=c\nset c hit\nc=\ne=EventBall\nset e hit other\nwait\n"
+        "procedure onhit\n[\nsay \"hit\"\n]\nprocedure other\n[\nget RECEIVER name v\nsay \"other\" v\n]\n",
+        40);
+    Ball* d = ballIn("d");
+    ASSERT_TRUE(d);
+    d->sobPass("hit");
+    app.run(10);
+    EXPECT_TRUE(said().empty());
+    ballIn("e")->sobPass("hit");
+    app.run(10);
+    EXPECT_EQ(said(), (Lines{"other e"}));
+}
+
+TEST_F(Events, ADoneMainLinkThatDeliversAnEventSeesAThreadInOrder) {
+    struct Host {
+        Ball* ball = nullptr;
+        void done() {
+            if (ball) ball->sobPass("hit");
+            ball = nullptr;  // once: each handler re-arms the link
+        }
+    } host;
+    YThread& t = compile("b=EventBall\nset b hit onhit\nsay \"main\"\nprocedure onhit\n[\nsay 1\nsay 2\n]\n");
+    PXLinkToMember<Host> link(&host, &Host::done);
+    t.setDoneMainLink(&link);
+    t.go();
+    app.run(2);
+    host.ball = ballIn("b");
+    ASSERT_TRUE(host.ball);
+    app.run(20);
+    EXPECT_EQ(said(), (Lines{"main", "1", "2"}));
+}
+
+TEST_F(Events, AHandlerLeftInsideItsOwnLoopLeavesTheMainLoopAlone) {
+    YThread& t = run("b=EventBall\nc=EventBall\nset b hit inloop\nset c hit plain\n"
+                     "for i 1 3\n[\nsay \"main\" i\nwait\n]\nsay \"done\"\nwait\n"
+                     "procedure inloop\n[\nfor k 1 5\n[\nwait\n]\n]\n"
+                     "procedure plain\n[\nsay \"plain\"\n]\n",
+                     20);
+    ballIn("b")->sobPass("hit");  // enters its loop and waits there
+    app.run(5);
+    ballIn("c")->sobPass("hit");  // abandons it; this handler ends normally
+    app.run(5);
+    EXPECT_EQ(t.inInterrupt, 0);
+    EXPECT_EQ(t.forTop, 0);  // only the main loop's record
+    for (int i = 0; i < 3; ++i) {
+        t.sleeping = 0;  // what `drop wait` or the host's resume does
+        app.run(10);
+    }
+    EXPECT_EQ(said(), (Lines{"main 1", "plain", "main 2", "main 3", "done"}));
+}
+
 TEST_F(Events, AnObjectThatGoesTakesItsRecordsAlong) {
     run("b=EventBall\nset b hit onhit\nb=5\nd=EventBall\nset d hit onhit\nwait\n"
         "procedure onhit\n[\nsay \"hit\"\n]\n", 20);

@@ -32,6 +32,12 @@ TEST_F(Statements, CountedLoops) {
     EXPECT_EQ(said(), (Lines{"1", "2", "3", "end 4", "3", "2", "1", "0", "5", "1", "5", "9"}));
 }
 
+TEST_F(Statements, LoopCountersAreSixteenBits) {
+    run("n=0\nfor i 1 70000\nn=n+1\nsay n i\nfor j 32766 32767\nsay j\nsay j\n", 40000);
+    // 70000 is 4464 in 16 bits; the cursor wraps past 32767.
+    EXPECT_EQ(said(), (Lines{"4464 4465", "32766", "32767", "-32768"}));
+}
+
 TEST_F(Statements, BreakInsideAnIfDropsTheLoopRecord) {
     YThread& t = run("for i 1 9\n[\nif i=3\nbreak\nsay i\n]\nsay \"after\" i\nwait\n");
     EXPECT_EQ(said(), (Lines{"1", "2", "after 3"}));
@@ -42,6 +48,11 @@ TEST_F(Statements, ProceduresTakeTheirArgumentsAsText) {
     run("call add 2 3\nsay r\ncall add r 10\nsay r\nexit\n"
         "procedure add a b\n[\nr=a+b\n]\n");
     EXPECT_EQ(said(), (Lines{"5", "15"}));
+}
+
+TEST_F(Statements, AnArgumentPassedToItsOwnFormalKeepsItsText) {
+    run("x=\"hello there\"\ncall p x\nexit\nprocedure p x\nsay x\n");
+    EXPECT_EQ(said(), (Lines{"hello there"}));
 }
 
 TEST_F(Statements, SayWritesWhatFitsInOperandOrder) {
@@ -81,9 +92,15 @@ TEST_F(Statements, PlayCallsTheDefaultMethodOrANamedOneWithParameters) {
 }
 
 TEST_F(Statements, PlayWithABraceWaitsForTheObject) {
-    YThread& t = run("b=Ball\nplay b roll 1 }\nsay \"released\"\nwait\n", 20);
+    YThread& t = run("b=Ball\nplay b } x\nplay b roll 1 }\nsay \"released\"\nwait\n", 20);
     Ball* b = ballIn("b");
     ASSERT_TRUE(b);
+    // `play b } x`: the default method, with x, and the script waits.
+    EXPECT_EQ(b->plays, 1);
+    EXPECT_EQ(b->played, (Lines{"x"}));
+    EXPECT_EQ(t.blocked, 1);
+    b->sobSyncDone();
+    app.run(20);
     EXPECT_EQ(b->rolled, (Lines{"1"}));
     EXPECT_EQ(t.blocked, 1);
     EXPECT_TRUE(said().empty());
