@@ -95,7 +95,9 @@ void YThread::setTraceHook(TraceHook hook, void* context) {
     traceContext = context;
 }
 
-const char* YCommandName(int command) {
+// The names of the commands; constexpr so that cannotMove's table is made
+// from the same list.
+static constexpr const char* YCommandNameOf(int command) {
     switch (command) {
         case ycEnd: return "ycEnd";
         case ycIf: return "ycIf";
@@ -135,6 +137,8 @@ const char* YCommandName(int command) {
     }
 }
 
+const char* YCommandName(int command) { return YCommandNameOf(command); }
+
 void YThread::startInterrupt(int entry) {
     savedForTop = forTop;
     savedStackDepth = stackDepth;
@@ -157,19 +161,27 @@ void YThread::leaveInterrupt() {
 }
 
 // The operand list of a statement: words up to -1. An operand list that
-// does not lie inside the code reads as empty.
+// does not lie inside the code reads as empty. The list is not measured up
+// front: most statements look at a word or two, and jumps at none.
 struct YOperands {
     const int16_t* w;
-    int count;
-    int operator[](int i) const { return i < count ? w[i] : -1; }
+    int limit;  // code words from w to the end of the code
+    int operator[](int i) const {
+        for (int k = 0; k <= i; ++k)
+            if (k >= limit || w[k] == -1) return -1;
+        return w[i];
+    }
+    int count() const {
+        int n = 0;
+        while (n < limit && w[n] != -1) ++n;
+        return n;
+    }
 };
 
 static YOperands operandsOf(const YThread& t, int a) {
     static const int16_t none = -1;
     if (a < 0 || a >= t.codeWordCount) return {&none, 0};
-    int n = 0;
-    while (a + n < t.codeWordCount && t.code[a + n] != -1) ++n;
-    return {t.code + a, n};
+    return {t.code + a, t.codeWordCount - a};
 }
 
 void YThread::step(const void* event) {
@@ -361,9 +373,15 @@ bool YThread::cannotMove() const {
     if (pc < 0 || pc >= jumpCount) return true;
     // The keyword commands never stand in the table, and a number without a
     // name rests like the end.
+    constexpr uint64_t moving = [] {
+        uint64_t m = 0;
+        for (int k = 0; k < 64; ++k)
+            if (YCommandNameOf(k)) m |= uint64_t{1} << k;
+        for (int k : {ycEnd, ycIf, ycFor, ycBreak, ycProcedure, ycContinue, ycElse}) m &= ~(uint64_t{1} << k);
+        return m;
+    }();
     int c = jumps[pc].command;
-    bool keywordOnly = (c >= ycIf && c <= ycContinue) || c == ycElse;
-    return c == ycEnd || keywordOnly || !YCommandName(c);
+    return c < 0 || c >= 64 || !((moving >> c) & 1);
 }
 
 void YThread::fireDoneMain(int command, bool atEnd) {
@@ -674,7 +692,7 @@ void YThread::setProperty(const YOperands& w) {
         }
         return;
     }
-    int lastIndex = w.count - 1;
+    int lastIndex = w.count() - 1;
     addMiddleParameters(w, lastIndex);
     YVariable* last = target(w[lastIndex]);
     if (!last) return;
@@ -705,7 +723,7 @@ void YThread::getProperty(const YOperands& w) {
     if (!t || w[1] < 0) return;
     char p[kBuffer];
     copyText(p, string(w[1]));
-    int lastIndex = w.count - 1;
+    int lastIndex = w.count() - 1;
     addMiddleParameters(w, lastIndex);
     const char* s = nullptr;
     if (std::strcmp(p, "name") == 0) {

@@ -115,20 +115,11 @@ int32_t roundTiesDown(double d) {
     return (hi - d < d - lo) ? ceilValue : floorValue;
 }
 
-// What "%ld" prints for a 32-bit long, without the cost of snprintf.
+// What "%ld" prints for a 32-bit long.
 int formatLong(char* dst, int32_t v) {
-    char digits[12];
-    uint32_t u = v < 0 ? 0u - static_cast<uint32_t>(v) : static_cast<uint32_t>(v);
-    int n = 0;
-    do {
-        digits[n++] = static_cast<char>('0' + u % 10);
-        u /= 10;
-    } while (u);
-    int len = 0;
-    if (v < 0) dst[len++] = '-';
-    while (n) dst[len++] = digits[--n];
-    dst[len] = '\0';
-    return len;
+    char* end = std::to_chars(dst, dst + 11, v).ptr;
+    *end = '\0';
+    return static_cast<int>(end - dst);
 }
 
 // to_chars with a precision prints as "%.*g" does in the C locale; infinity

@@ -34,7 +34,20 @@ inline KnownNumber readNumber(const char* s, int len) {
         k.state = YVS_String;
         return k;
     }
-    double d = scanDouble(s);
+    // A whole number of up to 15 digits, the common text, is read here; it is
+    // exact in a double, as the general reading would give it.
+    const char* p = s;
+    bool negative = *p == '-';
+    if (*p == '-' || *p == '+') ++p;
+    const char* digits = p;
+    int64_t whole = 0;
+    while (*p >= '0' && *p <= '9' && p - digits < 16) whole = whole * 10 + (*p++ - '0');
+    int count = static_cast<int>(p - digits);
+    double d;
+    if (count > 0 && count <= 15 && *p != '.' && *p != 'e' && *p != 'E' && !(*p >= '0' && *p <= '9'))
+        d = negative ? -static_cast<double>(whole) : static_cast<double>(whole);
+    else
+        d = scanDouble(s);
     k.state = YVS_Double;
     k.number.d = d;
     if (len <= 10 && d >= -2000000000.0 && d <= 2000000000.0) {

@@ -211,7 +211,7 @@ void takeRecord(YVariable& v, const Record& r) {
     if (r.hasText) {
         // Text blocks come from malloc: assignments reuse them.
         std::free(v.text);
-        v.text = static_cast<char*>(std::malloc(r.text.size() + 1));
+        v.text = newTextBlock(static_cast<int>(r.text.size()));
         std::memcpy(v.text, r.text.data(), r.text.size());
         v.text[r.text.size()] = '\0';
     }

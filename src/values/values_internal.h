@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 
 #include "baublecore/api.h"
 #include "baublecore/heap.h"
@@ -27,6 +28,14 @@ inline constexpr int kLastIndex = 32767;
 inline constexpr uint16_t kNoTerm = 0xFFFF;
 // Table growth step.
 inline constexpr int kHeapGrowth = 128;
+
+// A value's text lives in a malloc block of at least kMinTextBlock bytes, so
+// that an assignment of a short text can always reuse the block it has.
+inline constexpr int kMinTextBlock = 16;
+inline char* newTextBlock(int len) {
+    size_t n = static_cast<size_t>(len) + 1;
+    return static_cast<char*>(std::malloc(n < kMinTextBlock ? kMinTextBlock : n));
+}
 
 // Error codes of compiling and evaluating, 0 for none.
 enum CompileError : int32_t {

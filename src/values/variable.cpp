@@ -38,16 +38,14 @@ char* copyText(const char* s, int len) {
     return t;
 }
 
-// A value's text lives in a malloc block, so that an assignment can reuse the
-// block it already has: most assignments replace a short text by another.
-char* allocText(int len) { return static_cast<char*>(std::malloc(static_cast<size_t>(len) + 1)); }
-
-// How many bytes of text (NUL included) the block can hold.
-size_t textRoom(const char* t) {
+// How many bytes of text (NUL included) the block can hold; every block holds
+// kMinTextBlock, and only a longer text asks malloc for more.
+size_t textRoom(const char* t, size_t need) {
+    if (!t) return 0;
+    if (need <= kMinTextBlock) return kMinTextBlock;
 #if defined(__GLIBC__)
-    return t ? malloc_usable_size(const_cast<char*>(t)) : 0;
+    return malloc_usable_size(const_cast<char*>(t));
 #else
-    (void)t;
     return 0;
 #endif
 }
@@ -126,7 +124,7 @@ void YVariable::nameIt(const char* n, int len) {
         }
         const char* code = polishCursor ? polishCursor : "";
         int n = static_cast<int>(std::strlen(code));
-        text = allocText(n);
+        text = newTextBlock(n);
         std::memcpy(text, code, static_cast<size_t>(n) + 1);
     } else if (type == YVT_Literal) {
         size_ = len;
@@ -240,11 +238,11 @@ void YVariable::plug(const char* s) {
     if (size_ == -1) size_ = static_cast<int32_t>(std::strlen(s));
     if (size_ > kTextMax) size_ = kTextMax;
     size_t n = static_cast<size_t>(size_);
-    if (old && textRoom(old) > n) {
+    if (textRoom(old, n + 1) > n) {
         text = old;
         std::memmove(text, s, n);
     } else {
-        text = allocText(size_);
+        text = newTextBlock(size_);
         if (n) std::memcpy(text, s, n);
         std::free(old);
     }
