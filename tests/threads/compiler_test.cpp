@@ -242,6 +242,30 @@ TEST_F(Compiler, IncludeReadsAFileInPlaceOfItsLine) {
     EXPECT_STREQ(t.getName(), "main.mps");
 }
 
+TEST_F(Compiler, WithoutANameTheFileChooserIsAsked) {
+    writeScript("chosen.mps", "say \"chosen\"\n");
+    struct Asked {
+        std::string title, pattern, answer;
+    } asked{"", "", "chosen.mps"};
+    PXSysSetFileChooser(
+        [](char* out, size_t size, const char* title, const char* pattern, int, void* ctx) {
+            auto* a = static_cast<Asked*>(ctx);
+            a->title = title;
+            a->pattern = pattern;
+            std::snprintf(out, size, "%s", a->answer.c_str());
+        },
+        &asked);
+    YThread chosen(static_cast<const char*>(nullptr));
+    EXPECT_TRUE(chosen);
+    EXPECT_STREQ(chosen.getName(), "chosen.mps");
+    EXPECT_EQ(asked.title, "Script");
+    EXPECT_EQ(asked.pattern, "*.mps");
+    asked.answer = "";  // cancelled: no script, no process end
+    YThread cancelled(static_cast<const char*>(nullptr));
+    EXPECT_FALSE(cancelled);
+    PXSysSetFileChooser(nullptr, nullptr);
+}
+
 using SourceDeathTest = Compiler;
 
 TEST_F(SourceDeathTest, MissingOrOversizedFilesEndTheProcess) {
