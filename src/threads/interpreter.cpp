@@ -229,7 +229,8 @@ void YThread::step(const void* event) {
         case ycCall: {
             if (w[0] < 0) break;
             int last = -1, cur = w[0];
-            char s[kBuffer] = "";
+            char s[kBuffer];
+            s[0] = '\0';  // only the start: the reader writes the rest
             while (cur != -1 && cur != last) {
                 last = cur;
                 YVariable* v = variable(cur);
@@ -401,7 +402,8 @@ void YThread::test(const YOperands& w) {
         condition = 1;
         return;
     }
-    char text[kBuffer] = "";
+    char text[kBuffer];
+    text[0] = '\0';  // only the start: the reader writes the rest
     if (YVariable* v = variable(w[0])) v->resolve(text);
     condition = text[0] != '0';
 }
@@ -680,7 +682,8 @@ void YThread::setProperty(const YOperands& w) {
     if (!t || w[1] < 0) return;
     PXScriptableObject* o = object(t);
     if (!o && !PXScriptableObject::isXtor(t->getName())) return;
-    char p[kBuffer] = "";
+    char p[kBuffer];
+    p[0] = '\0';  // only the start: the reader writes the rest
     if (YVariable* pv = variable(w[1])) pv->value(p);
 
     if (w[2] < 0) {
@@ -744,7 +747,8 @@ void YThread::play(const YOperands& w) {
     if (YVariable* v = variable(w[0])) v->resolve(o);
     if (!o) return;
     PXScriptableObject::resetParameters();
-    char m[kBuffer] = "";
+    char m[kBuffer];
+    m[0] = '\0';  // only the start: the reader writes the rest
     if (w[1] >= 0) {
         if (YVariable* mv = variable(w[1])) mv->value(m);
         bool wait = m[0] == '}';
