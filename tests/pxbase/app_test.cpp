@@ -53,7 +53,7 @@ TEST_F(TaskLoop, EachTaskRunsOncePerPassInOrderOfAdding) {
     EXPECT_EQ(log, (std::vector<std::string>{"b", "a", "c", "b", "a", "c"}));
 }
 
-TEST_F(TaskLoop, StopEndsRunAfterTheCurrentPass) {
+TEST_F(TaskLoop, RunEndsAfterThePassThatStopsItOrWhenNoTaskIsLeft) {
     Probe a{"a", &log}, b{"b", &log};
     a.action = [&] {
         if (log.size() >= 3) app.stop();
@@ -63,49 +63,42 @@ TEST_F(TaskLoop, StopEndsRunAfterTheCurrentPass) {
     EXPECT_EQ(app.run(), 2u);
     EXPECT_EQ(log, (std::vector<std::string>{"a", "b", "a", "b"}));
     EXPECT_TRUE(app.isStopped());
+
+    app.removeTask(b.self);  // a stopped loop runs again
+    a.action = [&] { app.removeTask(a.self); };
+    EXPECT_EQ(app.run(), 1u);
 }
 
-TEST_F(TaskLoop, ATaskMayRemoveItselfAndAddOthersMidPass) {
-    Probe a{"a", &log}, b{"b", &log}, late{"late", &log};
+TEST_F(TaskLoop, ATaskMayRemoveItselfOrTheNextOneAndAddOthersMidPass) {
+    Probe a{"a", &log}, b{"b", &log}, c{"c", &log}, late{"late", &log};
     PXTask* lateTask = makeTask(late);
     a.action = [&] {
         app.removeTask(a.self);
         app.addTask(lateTask);
     };
+    b.action = [&] { app.removeTask(c.self); };
     app.addTask(makeTask(a));
     app.addTask(makeTask(b));
+    app.addTask(makeTask(c));
     app.run(2);
     EXPECT_EQ(log, (std::vector<std::string>{"a", "b", "late", "b", "late"}));
     EXPECT_EQ(app.taskCount(), 2);
 }
 
-TEST_F(TaskLoop, ATaskMayRemoveTheOneThatWouldRunNext) {
-    Probe a{"a", &log}, b{"b", &log}, c{"c", &log};
-    a.action = [&] { app.removeTask(b.self); };
-    app.addTask(makeTask(a));
-    app.addTask(makeTask(b));
-    app.addTask(makeTask(c));
-    app.run(1);
-    EXPECT_EQ(log, (std::vector<std::string>{"a", "c"}));
-}
-
-TEST_F(TaskLoop, DeletingATaskTakesItOutOfTheLoop) {
+TEST_F(TaskLoop, ATaskIsInTheLoopOnceAndLeavesItWhenRemovedOrDeleted) {
     Probe a{"a", &log}, b{"b", &log};
     PXTask* ta = makeTask(a);
     app.addTask(ta);
+    app.addTask(ta);
     app.addTask(makeTask(b));
     EXPECT_EQ(app.taskCount(), 2);
+    EXPECT_EQ(app.removeTask(ta), ta);
+    EXPECT_EQ(app.removeTask(ta), nullptr);
+    app.addTask(ta);
     owned.erase(owned.begin());  // deletes ta
     EXPECT_EQ(app.taskCount(), 1);
     app.run(1);
     EXPECT_EQ(log, (std::vector<std::string>{"b"}));
-}
-
-TEST_F(TaskLoop, RunEndsWhenNoTaskIsLeft) {
-    Probe a{"a", &log};
-    a.action = [&] { app.removeTask(a.self); };
-    app.addTask(makeTask(a));
-    EXPECT_EQ(app.run(), 1u);
 }
 
 TEST_F(TaskLoop, TheVirtualClockMovesOneStepPerPass) {
@@ -126,16 +119,6 @@ TEST_F(TaskLoop, TheFirstApplicationIsTheApp) {
         EXPECT_EQ(PXApp::theApp, &app);
     }
     EXPECT_EQ(PXApp::theApp, &app);
-}
-
-TEST_F(TaskLoop, ATaskIsInTheLoopOnlyOnce) {
-    Probe a{"a", &log};
-    PXTask* t = makeTask(a);
-    app.addTask(t);
-    app.addTask(t);
-    EXPECT_EQ(app.taskCount(), 1);
-    EXPECT_EQ(app.removeTask(t), t);
-    EXPECT_EQ(app.removeTask(t), nullptr);
 }
 
 struct Captured {

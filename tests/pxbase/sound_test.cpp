@@ -75,20 +75,18 @@ TEST(WaveParse, RefusesWhatItCannotPlayWithAReason) {
         return ok ? std::string("accepted") : std::string(why);
     };
     EXPECT_EQ(refused({}), "too short for a WAV file");
-    std::vector<uint8_t> f = good;
-    f[8] = 'X';
-    EXPECT_EQ(refused(f), "not a RIFF WAVE file");
-    f = good;
-    f[20] = 2;  // ADPCM
-    EXPECT_EQ(refused(f), "not PCM or float samples");
-    f = good;
-    f[22] = 0;  // no channels
-    EXPECT_EQ(refused(f), "unsupported channel count");
-    f = good;
-    f[32] = 3;  // block size that does not fit the format
-    EXPECT_EQ(refused(f), "inconsistent block size");
-    f = good;
-    f.resize(36 + 12);  // cut before the data chunk
+    const struct {
+        size_t at;
+        uint8_t value;
+        const char* why;
+    } pokes[] = {{8, 'X', "not a RIFF WAVE file"}, {20, 2, "not PCM or float samples"},  // 2: ADPCM
+                 {22, 0, "unsupported channel count"}, {32, 3, "inconsistent block size"}};
+    for (const auto& c : pokes) {
+        std::vector<uint8_t> f = good;
+        f[c.at] = c.value;
+        EXPECT_EQ(refused(f), c.why) << c.at;
+    }
+    std::vector<uint8_t> f(good.begin(), good.begin() + 36 + 12);  // cut before the data chunk
     EXPECT_EQ(refused(f), "no data chunk");
     // A data chunk that claims more than the file holds keeps what is there.
     f = good;
