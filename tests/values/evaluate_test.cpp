@@ -126,42 +126,34 @@ TEST_F(EvaluateErrors, JoinedTextOf1024BytesFails) {
     EXPECT_EQ(bcvalues::compileError, bcvalues::kErrTooLong);
 }
 
-TEST_F(Unquote, ReadsTheVariableOrExpressionNamedByAText) {
-    var("x")->set("y", -1);
+TEST_F(Unquote, ReadsTheVariableOrExpressionNamedByATextWhereverItStands) {
     var("y")->set("7", -1);
-    EXPECT_EQ(eval("$x"), "7");
-    EXPECT_EQ(eval("$x+1"), "8");
-    var("x")->set("y*3", -1);
-    EXPECT_EQ(eval("$x"), "21");
-    var("x")->set("-", -1);
-    EXPECT_EQ(eval("$x+1"), "1");
-}
-
-TEST_F(Unquote, KeepsTheEnclosingPositionWhenNotLeftmost) {
-    var("x")->set("2*3", -1);
-    var("y")->set("10-4", -1);
+    var("z")->set("10-4", -1);
     var("a")->set("100", -1);
-    EXPECT_EQ(eval("a+$x"), "106");
-    EXPECT_EQ(eval("a-$x-1"), "93");
-    EXPECT_EQ(eval("$x*$y"), "36");
-    EXPECT_EQ(eval("a+(~($y))"), "101");
+    const struct {
+        const char* x;
+        const char* text;
+        const char* want;
+    } cases[] = {{"y", "$x", "7"},     {"y", "$x+1", "8"},      {"y*3", "$x", "21"},     {"-", "$x+1", "1"},
+                 {"2*3", "a+$x", "106"}, {"2*3", "a-$x-1", "93"}, {"2*3", "$x*$z", "36"}, {"2*3", "a+(~($z))", "101"}};
+    for (const auto& c : cases) {
+        var("x")->set(c.x, -1);
+        EXPECT_EQ(eval(c.text), c.want) << "x=" << c.x << ": " << c.text;
+        EXPECT_EQ(bcvalues::compileError, 0) << c.text;
+    }
 }
 
-TEST_F(Unquote, FailuresInsideFailTheWhole) {
-    var("x")->set("1/0", -1);
-    EXPECT_EQ(eval("1+$x"), "1+$x");
-    EXPECT_EQ(bcvalues::compileError, 5);
-    var("x")->set("(", -1);
-    EXPECT_EQ(eval("1+$x"), "1+$x");
-    EXPECT_EQ(bcvalues::compileError, 1);
-}
-
-TEST_F(Unquote, SelfReferenceStopsInsteadOfRecursingForever) {
-    var("x")->set("$x", -1);
-    EXPECT_EQ(eval("1+$x"), "1+$x");
-    EXPECT_EQ(bcvalues::compileError, bcvalues::kErrTooLong);
-    // And the heap is still usable afterwards.
-    var("x")->set("2", -1);
+TEST_F(Unquote, FailureInsideOrSelfReferenceFailsTheWhole) {
+    const struct {
+        const char* x;
+        int error;
+    } cases[] = {{"1/0", 5}, {"(", 1}, {"$x", bcvalues::kErrTooLong}};  // the last stops instead of recursing
+    for (const auto& c : cases) {
+        var("x")->set(c.x, -1);
+        EXPECT_EQ(eval("1+$x"), "1+$x") << c.x;
+        EXPECT_EQ(bcvalues::compileError, c.error) << c.x;
+    }
+    var("x")->set("2", -1);  // and the heap is still usable afterwards
     EXPECT_EQ(eval("1+$x"), "3");
 }
 

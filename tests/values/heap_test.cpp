@@ -40,16 +40,11 @@ TEST_F(HeapTable, GrowsBy128BeforeItIsFull) {
     EXPECT_EQ(seen, (std::vector<int>{131, 259, 387}));
 }
 
-TEST_F(HeapTable, PilingTwiceGivesOneEntryAndKeepsTheFirstValue) {
-    int a = pile("n", "first");
-    int b = pile("n", "second");
-    EXPECT_EQ(a, b);
+TEST_F(HeapTable, PilingTwiceGivesOneEntryAndIndexMatchesExactlyTheseBytes) {
+    int ab = pile("ab", "first");
+    EXPECT_EQ(pile("ab", "second"), ab);
     EXPECT_EQ(heap().size(), 4);
-    EXPECT_EQ(read(heap()[a]), "first");
-}
-
-TEST_F(HeapTable, IndexMatchesExactlyTheseBytes) {
-    int ab = pile("ab");
+    EXPECT_EQ(read(heap()[ab]), "first");
     EXPECT_EQ(heap().index("abc", 2), ab);
     EXPECT_EQ(heap().index("a", 1), -1);
     EXPECT_EQ(heap().index("ab\0x", 4), -1);
@@ -131,7 +126,7 @@ TEST_F(Clones, BaseMadeAfterItsClonesIsLinkedToThem) {
     EXPECT_EQ(a->clones(), 2);
 }
 
-TEST_F(Clones, NumberingSkipsNoExistingName) {
+TEST_F(Clones, NumberingSkipsNoExistingNameAndTextOnTheBaseCutsOnlyTheLink) {
     int a = pile("a");
     int a2 = pile("a.2");
     int c1 = heap().clone(a);
@@ -142,15 +137,10 @@ TEST_F(Clones, NumberingSkipsNoExistingName) {
     EXPECT_EQ(nameAt(c3), "a.3");
     EXPECT_EQ(heap()[a]->firstClone, c1);
     EXPECT_EQ(heap()[a]->clones(), 3);
-}
-
-TEST_F(Clones, TextOnTheBaseCutsTheLinkButNotTheNumbering) {
-    int a = pile("a");
-    heap().clone(a);
     heap()[a]->set("x", -1);
     EXPECT_EQ(heap()[a]->clones(), 0);
-    EXPECT_EQ(heap()[a]->cloneCount, 1);
-    EXPECT_EQ(nameAt(heap().clone(a)), "a.2");
+    EXPECT_EQ(heap()[a]->cloneCount, 3);
+    EXPECT_EQ(nameAt(heap().clone(a)), "a.4");
 }
 
 TEST_F(Clones, PileCloneGivesTheObjectToTheNextClone) {
@@ -191,6 +181,12 @@ TEST_F(Handles, TellWhetherTheVariableWasReassigned) {
     heap()[v]->set(o);  // the very object again: the handle stays good
     EXPECT_EQ(heap().getSob(h, &valid, 0), o);
     EXPECT_EQ(valid, 1);
+    EXPECT_EQ(heap()[v]->handled, 1);
+    heap()[v]->set(heap()[v]);  // itself: nothing happens
+    EXPECT_EQ(heap().getSob(h, &valid, 0), o);
+    EXPECT_EQ(valid, 1);
+    EXPECT_EQ(heap()[v]->handled, 1);
+    EXPECT_EQ(Probe::destroyed, 0);
 
     heap()[v]->set("text", -1);
     EXPECT_EQ(heap().getSob(h, &valid, 0), nullptr);

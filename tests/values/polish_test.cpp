@@ -27,36 +27,28 @@ TEST_F(Polish, CodeIsReadFromTheEndOfTheBuffer) {
     EXPECT_EQ(bcvalues::polishCursor + 7, bcvalues::polishBuffer + bcvalues::kCodeBufferSize - 1);
 }
 
-TEST_F(Polish, LevelsBindLooseToTight) {
-    EXPECT_EQ(code("a+b*c"), "s+s*ttt");
-    EXPECT_EQ(code("2*3^2"), "s^ts*tt");  // one level, left to right
-    EXPECT_EQ(code("a=b+c"), "s+ts=tt");  // comparison binds like a sum
-    EXPECT_EQ(code("(a+b)*c"), "s*ts+tt");
-    EXPECT_EQ(code("~x"), "s~t");
-    EXPECT_EQ(code("~($x)"), "s~s$t");
-    EXPECT_EQ(code("a@b"), "s@tt");
-}
-
-TEST_F(Polish, MissingLeftOperandIsZero) {
-    EXPECT_EQ(code("-5"), "s-tz");
-    EXPECT_EQ(terminals(), (std::vector<std::string>{"5"}));
-    EXPECT_EQ(code("+x"), "s+tz");
-    EXPECT_EQ(code("()"), "z");
-}
-
-TEST_F(Polish, MinusSplitsWhereverItStands) {
-    EXPECT_EQ(code("1.5e-3"), "s-tt");
-    EXPECT_EQ(terminals(), (std::vector<std::string>{"1.5e", "3"}));
-    // The - splits first; the trailing * of "a*" then starts nothing.
-    EXPECT_EQ(code("a*-b"), "s-tt");
-    EXPECT_EQ(terminals(), (std::vector<std::string>{"a", "b"}));
-    EXPECT_EQ(code("a+"), "t");
-}
-
-TEST_F(Polish, QuotesHideOperatorsButNotBrackets) {
-    EXPECT_EQ(code("'a+b'+c"), "s+tt");
-    EXPECT_EQ(terminals(), (std::vector<std::string>{"'a+b'", "c"}));
-    EXPECT_EQ(code("\"it's\"+1"), "s+tt");
+TEST_F(Polish, LevelsBindLooseToTightAndMinusSplitsWhereverItStands) {
+    using Names = std::vector<std::string>;
+    const struct {
+        const char* text;
+        const char* code;
+        Names terms;  // empty: not looked at
+    } cases[] = {
+        {"a+b*c", "s+s*ttt", {}}, {"2*3^2", "s^ts*tt", {}},  // one level, left to right
+        {"a=b+c", "s+ts=tt", {}},  // comparison binds like a sum
+        {"(a+b)*c", "s*ts+tt", {}}, {"~x", "s~t", {}}, {"~($x)", "s~s$t", {}}, {"a@b", "s@tt", {}},
+        {"-5", "s-tz", {"5"}}, {"+x", "s+tz", {}}, {"()", "z", {}},  // a missing left operand is zero
+        {"1.5e-3", "s-tt", {"1.5e", "3"}}, {"a+", "t", {}},
+        {"a*-b", "s-tt", {"a", "b"}},  // the - splits first; the trailing * of "a*" starts nothing
+        {"'a+b'+c", "s+tt", {"'a+b'", "c"}}, {"\"it's\"+1", "s+tt", {}},  // quotes hide operators
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(code(c.text), c.code) << c.text;
+        if (!c.terms.empty()) {
+            EXPECT_EQ(terminals(), c.terms) << c.text;
+        }
+    }
+    // ... but not brackets.
     EXPECT_EQ(code("'('+1"), "");
     EXPECT_EQ(bcvalues::compileError, bcvalues::kErrBrackets);
 }
@@ -109,7 +101,7 @@ TEST_F(PolishErrors, CodesOfTheCompiler) {
     }
 }
 
-TEST_F(PolishErrors, EmptyOrTooLongText) {
+TEST_F(PolishErrors, EmptyOrTooLongTextAndAnEarlierErrorStands) {
     EXPECT_EQ(code(""), "");
     EXPECT_EQ(bcvalues::compileError, bcvalues::kErrTooLong);
     std::string longest(1023, 'a');
@@ -117,9 +109,7 @@ TEST_F(PolishErrors, EmptyOrTooLongText) {
     std::string tooLong(1024, 'a');
     EXPECT_EQ(code(tooLong.c_str()), "");
     EXPECT_EQ(bcvalues::compileError, bcvalues::kErrTooLong);
-}
-
-TEST_F(PolishErrors, PolishNeverClearsAnEarlierError) {
+    // And it never clears an earlier error.
     bcvalues::compileError = 5;
     bcvalues::ValuesAccess::polish(heap(), "a+b", 3);
     EXPECT_EQ(bcvalues::compileError, 5);

@@ -87,14 +87,15 @@ protected:
     std::vector<YVariable*> made;
 };
 
-TEST_F(SavedRecord, APlainVariableThatNeverHadAValue) {
-    std::string want = Bytes().head(0, 0).links(0, 0, -1, 0).field("count").none().none().s;
-    EXPECT_EQ(recordOf(var("count")), want);
-}
-
-TEST_F(SavedRecord, ANumberLiteralHasItsNumberBlockAndNoText) {
-    std::string want = Bytes().head(1, 3).i32(2).links(0, 0, 1, 0).field("2").none().none().s;
-    EXPECT_EQ(recordOf(var("2")), want);
+TEST_F(SavedRecord, APlainVariableANumberLiteralAndASliceHaveTheirExactBytes) {
+    EXPECT_EQ(recordOf(var("count")), Bytes().head(0, 0).links(0, 0, -1, 0).field("count").none().none().s);
+    // A number literal has its number block and no text.
+    EXPECT_EQ(recordOf(var("2")), Bytes().head(1, 3).i32(2).links(0, 0, 1, 0).field("2").none().none().s);
+    // A slice of two parts stores three slots.
+    YVariable* s = var("a|b");
+    int a = heap().index("a", 1), b = heap().index("b", 1);
+    EXPECT_EQ(recordOf(s),
+              Bytes().head(3, 0).links(0, 0, 1, 0).field("a|b").none().i32(3).i16(a).i16(b).i16(0xFFFF).s);
 }
 
 TEST_F(SavedRecord, AnExpressionKeepsItsCodeAndTerminals) {
@@ -110,14 +111,6 @@ TEST_F(SavedRecord, AnExpressionKeepsItsCodeAndTerminals) {
     std::vector<int> parts(e->terms, e->terms + 3);
     std::sort(parts.begin(), parts.end());
     EXPECT_EQ(parts, (std::vector<int>{a, b, two}));
-}
-
-TEST_F(SavedRecord, ASliceOfTwoPartsStoresThreeSlots) {
-    YVariable* s = var("a|b");
-    int a = heap().index("a", 1), b = heap().index("b", 1);
-    std::string want =
-        Bytes().head(3, 0).links(0, 0, 1, 0).field("a|b").none().i32(3).i16(a).i16(b).i16(0xFFFF).s;
-    EXPECT_EQ(recordOf(s), want);
 }
 
 TEST_F(SavedRecord, AnObjectDoesNotSurviveTheFile) {

@@ -35,6 +35,11 @@ TEST_F(TermKind, DecidedByHowTheTermIsWritten) {
         {"a.1.i", YVT_Compound, YVS_None, 2},  {"a|b", YVT_Slice, YVS_None, 1},
         {"a|b|c", YVT_Slice, YVS_None, 2},     {"a||c", YVT_Slice, YVS_None, 2},
         {"'x|y'", YVT_Slice, YVS_None, 1},
+        // Ten characters or fewer in the range of a long make a long.
+        {"1234567890", YVT_Literal, YVS_Long, 10},  {"12345678901", YVT_Literal, YVS_Double, 11},
+        {"2000000001", YVT_Literal, YVS_Double, 10}, {"-2000000000", YVT_Literal, YVS_Double, 11},
+        {"2.0", YVT_Literal, YVS_Long, 3},          {"2.5", YVT_Literal, YVS_Double, 3},
+        {"007", YVT_Literal, YVS_Long, 3},
     };
     for (const Case& c : cases) {
         const YVariable* v = var(c.text);
@@ -76,22 +81,30 @@ TEST_F(TermKind, TooManySubscriptsStayAPlainName) {
     EXPECT_EQ(var(most.c_str())->type, YVT_Compound);
 }
 
-TEST_F(TermText, UnassignedReadsAsItsOwnName) {
-    const YVariable* x = var("x");
-    EXPECT_EQ(read(x), "x");
-    EXPECT_EQ(readLong(x), 0);
-    EXPECT_FALSE(static_cast<int>(*x));
-    int len = 0;
-    EXPECT_STREQ(x->value(len), "x");
-    EXPECT_EQ(len, 1);
-}
-
-TEST_F(TermText, NumericSubscriptIsADifferentVariable) {
-    var("y")->set("5", -1);
-    const YVariable* y1 = var("y.1");
-    EXPECT_EQ(y1->type, YVT_Plain);
-    EXPECT_EQ(read(y1), "y.1");
+TEST_F(TermText, UnassignedTermReadsAsItsNameAndQuotesAreCutWhateverTheLastByte) {
+    var("y")->set("5", -1);  // y.1 is a variable of its own, not a part of y
+    const struct {
+        const char* term;
+        const char* want;
+    } cases[] = {{"x", "x"},           {"y.1", "y.1"}, {"'abc'", "abc"}, {"\"it's\"", "it's"},
+                 {"'open", "ope"},     {"'", ""},      {"007", "007"}};  // 'open: the last byte goes, quote or not
+    for (const auto& c : cases) {
+        EXPECT_EQ(read(var(c.term)), c.want) << c.term;
+        int len = -1;
+        EXPECT_STREQ(var(c.term)->value(len), c.want) << c.term;
+        EXPECT_EQ(len, static_cast<int>(std::strlen(c.want))) << c.term;
+    }
+    EXPECT_EQ(var("y.1")->type, YVT_Plain);
     EXPECT_EQ(read(var("y")), "5");
+    EXPECT_EQ(readLong(var("x")), 0);
+    EXPECT_FALSE(static_cast<int>(*var("x")));
+    EXPECT_EQ(readLong(var("007")), 7);
+    // Two buffered results can be held at once.
+    int la = 0, lb = 0;
+    const char* a = var("'first'")->value(la);
+    const char* b = var("'second'")->value(lb);
+    EXPECT_STREQ(a, "first");
+    EXPECT_STREQ(b, "second");
 }
 
 TEST_F(TermText, QuotedDigitsAreTextUntilAssigned) {
@@ -107,18 +120,6 @@ TEST_F(TermText, QuotedDigitsAreTextUntilAssigned) {
     EXPECT_EQ(v->state, YVS_Long);
     EXPECT_EQ(readLong(v), 12);
     EXPECT_EQ(read(v), "12");
-}
-
-TEST_F(TermText, QuotesAreCutWhateverTheLastByte) {
-    EXPECT_EQ(read(var("'abc'")), "abc");
-    EXPECT_EQ(read(var("\"it's\"")), "it's");
-    EXPECT_EQ(read(var("'open")), "ope");  // the last byte goes, quote or not
-    EXPECT_EQ(read(var("'")), "");
-    int len = -1;
-    EXPECT_STREQ(var("'")->value(len), "");
-    EXPECT_EQ(len, 0);
-    EXPECT_STREQ(var("'abc'")->value(len), "abc");
-    EXPECT_EQ(len, 3);
 }
 
 TEST_F(TermText, RandomTermGivesOneDigitPerRead) {
@@ -154,6 +155,9 @@ TEST_F(TermText, AssignedTextDecidesTheState) {
     v->set("abcdef", 3);
     EXPECT_EQ(read(v), "abc");
     EXPECT_EQ(v->size(), 3);
+    int len = 0;
+    EXPECT_EQ(v->value(len), v->text) << "a plain read hands out the stored text, not a copy";
+    EXPECT_EQ(len, 3);
 }
 
 TEST_F(TermText, OverlongTextIsCutTo1023Bytes) {
@@ -181,23 +185,6 @@ TEST_F(TermText, AssigningAVariableItsOwnTextIsSafe) {
     heap()[1]->firstClone = 0;
 }
 
-TEST_F(TermText, PlainReadHandsOutTheStoredText) {
-    YVariable* v = var("v");
-    v->set("hello", -1);
-    int len = 0;
-    EXPECT_EQ(v->value(len), v->text);
-    EXPECT_EQ(len, 5);
-}
-
-TEST_F(TermText, TwoBufferedResultsCanBeHeldAtOnce) {
-    int la = 0;
-    int lb = 0;
-    const char* a = var("'first'")->value(la);
-    const char* b = var("'second'")->value(lb);
-    EXPECT_STREQ(a, "first");
-    EXPECT_STREQ(b, "second");
-}
-
 TEST_F(TermText, InflictGivesTheCompiledTermThisText) {
     const char script[] = "\r\n";
     PXIStreamMemory stream(script, 2);
@@ -213,20 +200,6 @@ TEST_F(TermText, InflictGivesTheCompiledTermThisText) {
     other->set("new", -1);
     bcvalues::ValuesAccess::inflict(other, &thread);
     EXPECT_EQ(read(var("y")), "keep");  // a term with a value keeps it
-}
-
-TEST_F(Numbers, TenCharactersOrFewerBecomeALong) {
-    EXPECT_EQ(var("1234567890")->state, YVS_Long);
-    EXPECT_EQ(var("12345678901")->state, YVS_Double);
-    EXPECT_EQ(var("2000000001")->state, YVS_Double);  // 10 digits, out of range
-    EXPECT_EQ(var("-2000000000")->state, YVS_Double);  // 11 characters
-    EXPECT_EQ(var("2.0")->state, YVS_Long);
-    EXPECT_EQ(var("2.5")->state, YVS_Double);
-
-    const YVariable* seven = var("007");
-    EXPECT_EQ(seven->state, YVS_Long);
-    EXPECT_EQ(readLong(seven), 7);
-    EXPECT_EQ(read(seven), "007");
 }
 
 TEST_F(Numbers, FormattedOnceAtAssignment) {
@@ -250,30 +223,21 @@ TEST_F(Numbers, FormattedOnceAtAssignment) {
     EXPECT_EQ(back, 2147483647);
 }
 
-TEST_F(Numbers, RoundingGoesToNearestWithTiesDown) {
+TEST_F(Numbers, DecimalTextIsRoundedToNearestWithTiesDown) {
     const struct {
         const char* text;
         int32_t want;
-    } cases[] = {{"2.5", 2}, {"-2.5", -3}, {"2.6", 3}, {"-2.4", -2}, {"0.5", 0}, {"1e3", 1000}};
+    } cases[] = {{"2.5", 2}, {"-2.5", -3}, {"2.6", 3},   {"-2.4", -2}, {"0.5", 0},
+                 {"1e3", 1000}, {"0x10", 0}, {"+7", 7}, {"2e3x", 2000}};  // no hex
     YVariable* v = var("v");
     for (const auto& c : cases) {
         v->set(c.text, -1);
         EXPECT_EQ(readLong(v), c.want) << c.text;
     }
-}
-
-TEST_F(Numbers, ParsedAsDecimalText) {
-    YVariable* v = var("v");
     double d = 0;
     v->set("1.5e", -1);  // an exponent without digits is not taken
     v->value(&d);
     EXPECT_EQ(d, 1.5);
-    v->set("0x10", -1);  // no hex
-    EXPECT_EQ(readLong(v), 0);
-    v->set("+7", -1);
-    EXPECT_EQ(readLong(v), 7);
-    v->set("2e3x", -1);
-    EXPECT_EQ(readLong(v), 2000);
 }
 
 TEST_F(Slices, StartLengthAndTail) {
@@ -321,6 +285,11 @@ TEST_F(CompoundNames, SubscriptValuesNameTheVariable) {
     EXPECT_STREQ(c->resolveName(len), "a.x");
     EXPECT_EQ(len, 3);
     EXPECT_EQ(var("plain")->resolveName(len), nullptr);
+
+    i->set("x|y", -1);  // a computed name is not classified again
+    associate = c->value(buffer);
+    EXPECT_EQ(nameAt(associate), "a.x|y");
+    EXPECT_EQ(heap()[associate]->type, YVT_Plain);
 }
 
 TEST_F(CompoundNames, EmptySubscriptAddsNothing) {
@@ -331,14 +300,6 @@ TEST_F(CompoundNames, EmptySubscriptAddsNothing) {
     var("j")->set("", -1);
     var("k")->set("2", -1);
     EXPECT_EQ(nameAt(var("m.j.k")->value(buffer)), "m.2");
-}
-
-TEST_F(CompoundNames, ComputedNameIsNotClassifiedAgain) {
-    var("i")->set("x|y", -1);
-    char buffer[1024];
-    int associate = var("a.i")->value(buffer);
-    EXPECT_EQ(nameAt(associate), "a.x|y");
-    EXPECT_EQ(heap()[associate]->type, YVT_Plain);
 }
 
 TEST_F(CompoundNames, NameLongerThan127BytesIsRefused) {
