@@ -165,7 +165,9 @@ private:
     void inflict(YThread* t);
 
     // The entry this one forwards to, after following every hop, or this.
-    const YVariable* target() const;
+    // Most variables forward nowhere: they are their own target at once.
+    const YVariable* target() const { return alias == -1 && firstClone != 0 ? forwarded() : this; }
+    const YVariable* forwarded() const;
     YVariable* target() { return const_cast<YVariable*>(std::as_const(*this).target()); }
     int hasTarget() const;
 

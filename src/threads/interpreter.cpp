@@ -29,7 +29,7 @@ constexpr int kSayBuffer = 2048;
 // Words `drop` knows by the operand variable's name.
 const char* const dropWords[] = {"schedule", "idle", "stack", "wait", "[", "baubles", "var", "script"};
 
-YVariable* variable(int w) { return w < 0 ? nullptr : YHeap::theHeap[w]; }
+YVariable* variable(int w) { return bcvalues::ValuesAccess::entry(YHeap::theHeap, w); }
 
 // The variable a word stands for at this moment: a compound name reaches its
 // associate.
@@ -490,7 +490,7 @@ void YThread::assign(const YOperands& w) {
     int len = 0;
     const char* text = s->value(len);
     if (len < 0) len = -len;
-    len = static_cast<int>(strnlen(text, static_cast<size_t>(len < kBuffer ? len : kBuffer - 1)));
+    len = bcvalues::textLength(text, len < kBuffer ? len : kBuffer - 1);
     std::memcpy(x, text, static_cast<size_t>(len));
     x[len] = '\0';
     PXScriptableObject* o = object(s);

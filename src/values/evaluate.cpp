@@ -32,6 +32,17 @@ void fail(int32_t code) {
     if (!compileError) compileError = code;
 }
 
+// The operators that take numbers only.
+bool numbersOnly(char op) {
+    return op == '-' || op == '*' || op == '/' || op == '\\' || op == '%' || op == '^';
+}
+
+// The integer quotient and remainder as on a 32-bit machine, except that
+// -2147483648 by -1, which would trap there, wraps to -2147483648 with
+// remainder 0.
+int32_t quotient(int32_t l, int32_t r) { return (l == INT32_MIN && r == -1) ? INT32_MIN : l / r; }
+int32_t remainder32(int32_t l, int32_t r) { return (r == -1) ? 0 : l % r; }
+
 }  // namespace
 
 int YVariable::palue(char* dst) const {
@@ -72,18 +83,18 @@ void YVariable::assignTo(YVariable* t) const {
     if (v->type != YVT_Expression) {
         int len = 0;
         const char* s = value(len);
-        t->setText(s, static_cast<int>(strnlen(s, static_cast<size_t>(len < 0 ? -len : len))), nullptr);
+        t->setText(s, textLength(s, len < 0 ? -len : len), nullptr);
         return;
     }
     Operand result;
     if (v->evaluate(result) != 0) {
         const char* s = v->name ? v->name : "";
-        t->setText(s, static_cast<int>(strnlen(s, kTextMax)), nullptr);
+        t->setText(s, textLength(s, kTextMax), nullptr);
         return;
     }
     int len = 0;
     const char* s = result.value(len);
-    int n = static_cast<int>(strnlen(s, static_cast<size_t>(len)));
+    int n = textLength(s, len);
     if (n == len && result.textIsNumber && result.state == YVS_Long) {
         // As the reading leaves it: the double, then the long over it.
         KnownNumber known{};
@@ -130,7 +141,7 @@ void YVariable::readTerm(Operand& result) const {
         }
         if (!t) t = "";
         if (cap > kTextMax) cap = kTextMax;
-        int len = static_cast<int>(strnlen(t, static_cast<size_t>(cap)));
+        int len = textLength(t, cap);
         if (!quoted && t[len] == '\0')
             result.borrowText(t, len);
         else
@@ -155,12 +166,6 @@ void YVariable::readTerm(Operand& result) const {
     }
 }
 
-// The integer quotient and remainder as on a 32-bit machine, except that
-// -2147483648 by -1, which would trap there, wraps to -2147483648 with
-// remainder 0.
-int32_t quotient(int32_t l, int32_t r) { return (l == INT32_MIN && r == -1) ? INT32_MIN : l / r; }
-int32_t remainder32(int32_t l, int32_t r) { return (r == -1) ? 0 : l % r; }
-
 // Code that runs out, or names a terminal it does not have, can only come
 // from a damaged table; it fails with error 2.
 void YVariable::pevaluate(Operand& result) const {
@@ -177,7 +182,7 @@ void YVariable::pevaluate(Operand& result) const {
             return;
         }
         --polishTerms;
-        YVariable* term = YHeap::theHeap[terms[polishTerms]];
+        YVariable* term = ValuesAccess::entry(YHeap::theHeap, terms[polishTerms]);
         if (!term) {
             fail(kErrTooLong);
             return;
@@ -209,11 +214,11 @@ void YVariable::operate(Operand& result, char op, Operand& right, Operand& left)
         return;
     }
     bool numbers = left.isNumber() && right.isNumber();
-    if (!numbers && op && std::strchr("-*/\\%^", op)) {
+    if (!numbers && numbersOnly(op)) {
         compileError = kErrNotNumber;
         return;
     }
-    if (numbers && op && std::strchr("+-*/\\%^=#<>", op)) {
+    if (numbers && (numbersOnly(op) || op == '+' || op == '=' || op == '#' || op == '<' || op == '>')) {
         operateNumbers(result, op, left.asDouble(), right.asDouble());
         return;
     }

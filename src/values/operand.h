@@ -75,8 +75,8 @@ struct Operand {
     Operand(const Operand&) = delete;
     Operand& operator=(const Operand&) = delete;
     ~Operand() {
-        std::free(big);
-        std::free(spare);
+        if (big) std::free(big);
+        if (spare) std::free(spare);
     }
 
     // A temporary's text and length, as value(int&) gives them.

@@ -37,6 +37,14 @@ inline char* newTextBlock(int len) {
     return static_cast<char*>(std::malloc(n < kMinTextBlock ? kMinTextBlock : n));
 }
 
+// strnlen, inline: the texts measured on the hot paths are a few bytes long,
+// shorter than the call.
+inline int textLength(const char* s, int cap) {
+    int n = 0;
+    while (n < cap && s[n]) ++n;
+    return n;
+}
+
 // Error codes of compiling and evaluating, 0 for none.
 enum CompileError : int32_t {
     kErrNone = 0,
@@ -72,6 +80,10 @@ void stopScriptScratch();
 // The private operations of the heap and of values, for the parts of the
 // library that are not YThread, and for tests.
 struct BC_API ValuesAccess {
+    // heap[i], inline for the evaluator's and the interpreter's hot paths.
+    static YVariable* entry(const YHeap& heap, int i) {
+        return heap.initialised && i >= 0 && i < heap.count ? heap.entries[i] : nullptr;
+    }
     static void init(YHeap& heap) { heap.init(); }
     static void kill(YHeap& heap) { heap.kill(); }
     static void reset(YHeap& heap) { heap.reset(); }

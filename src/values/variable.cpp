@@ -279,7 +279,7 @@ void YVariable::inflict(YThread* t) {
     if (text && v && v->type == YVT_Plain && v->state == YVS_None) v->set(text, size_);
 }
 
-const YVariable* YVariable::target() const {
+const YVariable* YVariable::forwarded() const {
     const YVariable* v = this;
     for (int hops = 0; v->alias == -1 && v->firstClone != 0 && hops < kMaxForwardingHops; ++hops) {
         const YVariable* next = YHeap::theHeap[v->firstClone];
@@ -346,7 +346,14 @@ void YVariable::set(int32_t v) {
     killBauble(1);
     number.l = v;
     state = YVS_Long;
-    reduce();
+    // reduce leaves a long as it is. A plain variable that forwards nowhere
+    // takes the text of the long here, as set(nullptr, -1) would give it.
+    if (type == YVT_Plain && target() == this) {
+        char buffer[kNumberTextSize];
+        size_ = formatLong(buffer, v);
+        plug(buffer);
+        return;
+    }
     set(nullptr, -1);
 }
 
