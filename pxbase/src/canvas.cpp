@@ -6,6 +6,7 @@
 #include "pxbase/canvas.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cstdint>
 #include <vector>
 
@@ -178,6 +179,28 @@ void PXCanvas::deactivatePalette() {
 int PXCanvas::valid() const { return surface_->s != nullptr; }
 int PXCanvas::bytesPerPixel() const { return bppOf(surface_->s); }
 
+// 8-bit onto 8-bit copies the indices as they are. A picture drawn as raw
+// indices and the canvas it goes onto share one colour table by intent;
+// SDL would instead map each index to the nearest colour of the target's
+// palette whenever the two palettes differ.
+static void copyIndices(SDL_Surface* from, const SDL_Rect& s, SDL_Surface* to, const SDL_Rect& d,
+                        bool keyed, uint32_t key) {
+    if (SDL_MUSTLOCK(from)) SDL_LockSurface(from);
+    if (SDL_MUSTLOCK(to)) SDL_LockSurface(to);
+    for (int row = 0; row < d.h; ++row) {
+        const uint8_t* in = static_cast<const uint8_t*>(from->pixels) + (s.y + row) * from->pitch + s.x;
+        uint8_t* out = static_cast<uint8_t*>(to->pixels) + (d.y + row) * to->pitch + d.x;
+        if (!keyed) {
+            std::memcpy(out, in, static_cast<size_t>(d.w));
+            continue;
+        }
+        for (int x = 0; x < d.w; ++x)
+            if (in[x] != key) out[x] = in[x];
+    }
+    if (SDL_MUSTLOCK(to)) SDL_UnlockSurface(to);
+    if (SDL_MUSTLOCK(from)) SDL_UnlockSurface(from);
+}
+
 void PXCanvas::blt(PXCanvas* source, int sx, int sy, int w, int h, int x, int y, long rop,
                    const PXRegion* clip) {
     SDL_Surface* dst = surface_->s;
@@ -227,11 +250,15 @@ void PXCanvas::blt(PXCanvas* source, int sx, int sy, int w, int h, int x, int y,
     } else {
         PXSurfaceUseKey(scs, keyedRop(rop));
     }
+    const bool indices = from->format->BitsPerPixel == 8 && dst->format->BitsPerPixel == 8;
     for (int32_t i = 0, n = todo.rectCount(); i < n; ++i) {
         PXRect r = todo.rectAt(i);
         SDL_Rect d = sdlRect(r);
         SDL_Rect s{static_cast<int>(r.left - dx), static_cast<int>(r.top - dy), d.w, d.h};
-        SDL_BlitSurface(from, &s, dst, &d);
+        if (indices)
+            copyIndices(from, s, dst, d, keyedRop(rop) && scs->keyed, scs->key);
+        else
+            SDL_BlitSurface(from, &s, dst, &d);
     }
     if (copy) SDL_FreeSurface(copy);
     changed_ = todo.bounds();
@@ -254,8 +281,10 @@ void PXCanvas::bltScale(PXCanvas* source, const PXRect& from, const PXRect& to, 
     // the formats differ (the key is tested on the original pixels).
     PXSurfaceUseKey(scs, false);
     SDL_Surface* conv = nullptr;
+    // Between 8-bit canvases the indices go over as they are (see copyIndices).
+    const bool indices = src->format->BitsPerPixel == 8 && dst->format->BitsPerPixel == 8;
     if (src->format->format != dst->format->format || source == this ||
-        (src->format->palette && src->format->palette != dst->format->palette)) {
+        (!indices && src->format->palette && src->format->palette != dst->format->palette)) {
         conv = SDL_ConvertSurface(src, dst->format, 0);
         if (!conv) {
             resetAfterBlt();

@@ -86,9 +86,11 @@ void PXMemCanvas::readLayout() {
     pixelFormat = (redBits << 8) | (greenBits << 4) | blueBits;
     if (depth == 32) pixelFormat |= 0x8000;  // the fourth, unused byte
     // Blue at bit 0, green right above it, red right above green: the order
-    // the standard codes stand for. Anything else is marked.
+    // the standard codes stand for. Another 16-bit order is marked, so it
+    // cannot pass for 0x565; deeper canvases keep their code (readers take
+    // every layout of 24 and 32 bits by the masks and shifts).
     bool standard = blueShift == 0 && greenShift == blueBits && redShift == blueBits + greenBits;
-    if (!standard) pixelFormat += 0x10000;
+    if (!standard && depth == 16) pixelFormat += 0x10000;
 }
 
 int PXMemCanvas::getPointerToMemory(void** bits, long* pitch) const {

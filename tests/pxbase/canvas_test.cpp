@@ -316,6 +316,29 @@ TEST(Canvas, EightBitPalettesColourTheirIndices) {
     target.blt(&eight, 0, 0, 4, 1, 0, 0, kPXRopCopyKeyed, nullptr);
     EXPECT_EQ(target.getPixel(0, 0), 5u);
     EXPECT_EQ(target.getPixel(3, 0), 0u);
+
+    // Between 8-bit canvases with different palettes the indices go over as
+    // they are, plainly, keyed and stretched: a picture drawn as raw indices
+    // keeps them on the canvas it lands on.
+    PXMemCanvas grey(4, 1, 8, 1), other(8, 2, 8, 1);
+    PXColor reversed[256];
+    for (int i = 0; i < 256; ++i) reversed[i] = PXColor((255 - i) * 0x101, (255 - i) * 0x101, (255 - i) * 0x101, -1);
+    other.setPalette(reversed, true);
+    for (int x = 0; x < 4; ++x) {
+        grey.fillColor = PXColor(0, 0, 0, 6 + x);
+        grey.draw(PXRect(x, 0, x + 1, 1));
+    }
+    other.blt(&grey, 0, 0, 4, 1, 0, 0, kPXRopCopy, nullptr);
+    EXPECT_EQ(other.getPixel(0, 0), 6u);
+    EXPECT_EQ(other.getPixel(3, 0), 9u);
+    grey.setColorKey(PXColor(0, 0, 0, 7));
+    other.blt(&grey, 0, 0, 4, 1, 4, 0, kPXRopCopyKeyed, nullptr);
+    EXPECT_EQ(other.getPixel(4, 0), 6u);
+    EXPECT_EQ(other.getPixel(5, 0), 0u);  // the key's pixel is left alone
+    EXPECT_EQ(other.getPixel(6, 0), 8u);
+    other.bltScale(&grey, PXRect(0, 0, 4, 1), PXRect(0, 1, 8, 2), kPXRopCopy, nullptr);
+    EXPECT_EQ(other.getPixel(0, 1), 6u);
+    EXPECT_EQ(other.getPixel(7, 1), 9u);
 }
 
 TEST(Canvas, DefaultSixteenBitLayoutCanBeChangedAndFifteenMeansFiveFiveFive) {
