@@ -6,6 +6,7 @@
 // name; the hash indexes hold exactly the entries of the table.
 #include "baublecore/heap.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -96,6 +97,9 @@ const char* YHeap::operator[](const char* name) {
 
 int YHeap::index(const char* name, int len) const {
     if (!initialised || !name || len < 0) return -1;
+    // Names are stored cut at the longest text a value holds: a longer name
+    // is looked up the same way, or it would never be found again.
+    len = std::min(len, kTextMax);
     int32_t i = lookup->first(std::string_view(name, static_cast<size_t>(len)));
     if (i < 0) return -1;
     if (i < count && sameName(entries[i], name, len)) return i;
@@ -126,6 +130,8 @@ int YHeap::pile(const char* name, int len, const char* value) {
     if (!initialised) return 0;
     if (!name) name = "", len = 0;
     if (len < 0) len = static_cast<int>(std::strlen(name));
+    // Look the name up as it will be stored: cut at a NUL, as entries are.
+    len = static_cast<int>(::strnlen(name, static_cast<size_t>(len)));
     int i = 0;
     if (!fixName(name, len, i)) return i;
     if (count > kLastIndex) return -1;

@@ -135,11 +135,17 @@ int YHeap::drop(PXScriptableObject* o, int kill) {
     for (int i = 0; entries && i < count; ++i) {
         YVariable* e = entries[i];
         if (!holds(e, o)) continue;
+        if (e->alias == -1) {
+            // RECEIVER and its kind only point at objects: emptied, they
+            // leave the choice of who may delete to a real holder.
+            e->set(nullptr, -3);
+            continue;
+        }
         if (found) {
             e->set(nullptr, -3);
         } else {
             found = true;
-            if (e->alias != -1) result = 1;
+            result = 1;
         }
         e->set(nullptr, kill ? -2 : -3);
     }

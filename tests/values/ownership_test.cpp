@@ -3,6 +3,8 @@
 // read here fails the test.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "values_fixture.h"
 
 namespace valuestest {
@@ -79,10 +81,20 @@ TEST_F(Ownership, DropDeletesOnceAndOnlyWhenAskedAndTheFirstHolderOwns) {
     EXPECT_EQ(read(heap()[k]), "k");
 
     heap()[1]->set(kept);  // RECEIVER: forwarding kind, never an owner
-    heap().pile("later", kept);
-    EXPECT_EQ(heap().drop(kept, 1), 0);
-    EXPECT_EQ(Probe::destroyed, 1);  // the first holder could not delete it
-    delete kept;
+    int later = heap().pile("later", kept);
+    // RECEIVER is emptied without a say: the owner behind it deletes.
+    EXPECT_EQ(heap().drop(kept, 1), 1);
+    EXPECT_EQ(Probe::destroyed, 2);
+    EXPECT_EQ(heap()[1]->state, YVS_None);
+    EXPECT_EQ(heap()[later]->state, YVS_None);
+}
+
+TEST_F(Ownership, ANameLongerThanAValueHoldsIsFoundAgain) {
+    std::string name(1100, 'n');
+    int first = heap().pile(name.c_str(), static_cast<int>(name.size()), static_cast<const char*>(nullptr));
+    ASSERT_GT(first, 2);
+    EXPECT_EQ(heap().pile(name.c_str(), static_cast<int>(name.size()), static_cast<const char*>(nullptr)), first);
+    EXPECT_EQ(heap().index(name.c_str(), static_cast<int>(name.size())), first);
 }
 
 TEST_F(Ownership, GetNameFindsTheOwnerOnly) {
