@@ -1,6 +1,8 @@
 // What the objects subsystem offers the rest of the library and nobody else.
 #pragma once
 
+#include <cstdarg>
+
 #include "baublecore/api.h"
 
 class PXScriptableObject;
@@ -26,6 +28,11 @@ bool sameIgnoringCase(const char* a, const char* b);
 
 // The first record of that name, ignoring case; never loads a module.
 PXSR* findClass(const char* name);
+
+// The parameters of a call with variable arguments: the strings from
+// `first` up to one whose first byte is 0x01 replace the channel's content,
+// unless `first` is that marker itself, which keeps what the caller put there.
+void takeParameters(const char* first, va_list rest);
 
 // The parameter channel is made with the first class record and goes with
 // the last one.

@@ -60,6 +60,14 @@ void dropParameterChannel() {
 
 void PXScriptableObject::resetParameters() { freeParameters(); }
 
+void bcobjects::takeParameters(const char* first, va_list rest) {
+    const char marker = PXScriptableObject::kPXEndOfParameters[0];
+    if (first && first[0] == marker) return;
+    PXScriptableObject::resetParameters();
+    for (const char* text = first; text && text[0] != marker; text = va_arg(rest, const char*))
+        PXScriptableObject::addParameter(text);
+}
+
 void PXScriptableObject::addParameter(const char* text) {
     // The channel lives as long as any class is registered; should every
     // record be gone, it comes back rather than lose the call.

@@ -157,15 +157,10 @@ const char* PXScriptableObject::sobGet(const char* name) const {
 }
 
 int PXScriptableObject::sobPlay(const char* name, const char* first, ...) const {
-    if (!first || first[0] != kPXEndOfParameters[0]) {
-        resetParameters();
-        va_list args;
-        va_start(args, first);
-        for (const char* text = first; text && text[0] != kPXEndOfParameters[0];
-             text = va_arg(args, const char*))
-            addParameter(text);
-        va_end(args);
-    }
+    va_list args;
+    va_start(args, first);
+    bcobjects::takeParameters(first, args);
+    va_end(args);
     PXScriptableObjectProperty* p = findProperty(name, PXSOB_MethodProperty);
     if (!p) return fail(PXSOB_NoSuchProperty);
     int result = inCall([&] { return p->act(); });

@@ -125,15 +125,10 @@ int PXScriptableObject::setBornHandler(const char* className, const PXLink* link
 
 PXScriptableObject* PXScriptableObject::create(const char* className, const char* first, ...) {
     if (!className) return nullptr;
-    if (!first || first[0] != kPXEndOfParameters[0]) {
-        resetParameters();
-        va_list args;
-        va_start(args, first);
-        for (const char* text = first; text && text[0] != kPXEndOfParameters[0];
-             text = va_arg(args, const char*))
-            addParameter(text);
-        va_end(args);
-    }
+    va_list args;
+    va_start(args, first);
+    bcobjects::takeParameters(first, args);
+    va_end(args);
     return makeObject(className);
 }
 
