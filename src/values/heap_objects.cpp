@@ -26,6 +26,20 @@ bool holds(const YVariable* v, const PXScriptableObject* o) {
     return v && v->state == YVS_Object && v->number.object == o;
 }
 
+// The plain variable a computed name stands for, found the way a compound
+// term finds its associate (the first plain entry of that name), but without
+// making it. Another kind of entry of the same name is not it.
+int plainIndex(const char* name, int len) {
+    if (!name) return -1;
+    for (int i = 0; i < YHeap::theHeap.size(); ++i) {
+        const YVariable* e = YHeap::theHeap[i];
+        if (e && e->type == YVT_Plain && e->name && std::strlen(e->name) == static_cast<size_t>(len) &&
+            std::memcmp(e->name, name, static_cast<size_t>(len)) == 0)
+            return i;
+    }
+    return -1;
+}
+
 // The entry that actually holds the object behind this one: through
 // forwarding, and for a compound name its associate.
 YVariable* holderOf(YVariable* v) {
@@ -37,7 +51,7 @@ YVariable* holderOf(YVariable* v) {
         } else if (v->type == YVT_Compound) {
             int len = 0;
             const char* n = v->resolveName(len);
-            int a = n ? YHeap::theHeap.index(n, len) : -1;
+            int a = n ? plainIndex(n, len) : -1;
             YVariable* next = YHeap::theHeap[a];
             if (!next || next == v) break;
             v = next;
@@ -87,7 +101,7 @@ PXSobHandle YHeap::getSobHandle(const char* name) const {
     if (entries[i]->type == YVT_Compound) {
         int len = 0;
         const char* computed = entries[i]->resolveName(len);
-        i = computed ? index(computed, len) : -1;
+        i = computed ? plainIndex(computed, len) : -1;
         if (i < 0) return PXSobHandle(-1);
     }
     entries[i]->handled = 1;

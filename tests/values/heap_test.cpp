@@ -202,6 +202,23 @@ TEST_F(Handles, CompoundNameLeadsToItsComputedVariable) {
     int p4 = pile("p.4");
     EXPECT_EQ(heap().getSobHandle("p.i").index, p4);
     EXPECT_EQ(heap()[p4]->handled, 1);
+
+    // An entry of the computed name that is itself a computed term (p.x
+    // with x unassigned reads "p.x") is not the variable: the plain one is.
+    var("j")->set("x", -1);
+    pile("p.j");
+    int px = pile("p.x");
+    ASSERT_EQ(heap()[px]->type, YVT_Compound);
+    int plainPx = bcvalues::ValuesAccess::pile(heap(), "p.x", 3, YVT_Plain);
+    ASSERT_GT(plainPx, px);
+    Probe* o = new Probe;
+    heap()[plainPx]->set(o);
+    EXPECT_EQ(heap().getSobHandle("p.j").index, plainPx);
+    EXPECT_EQ(heap().getSob("p.j", 1), o);
+    EXPECT_EQ(heap()[plainPx]->getAlias(), 1);  // the host holds it now
+    heap()[plainPx]->set("gone", -1);
+    EXPECT_EQ(Probe::destroyed, 0);
+    delete o;
 }
 
 TEST_F(Handles, GetSobByNameGoesThroughTheAssociate) {
