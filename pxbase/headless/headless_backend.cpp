@@ -20,13 +20,6 @@ public:
         clock += tickMs;
         ++pass;
     }
-    void showMessage(const char* text, unsigned, const char* title) override {
-        if (title && *title)
-            std::fprintf(stderr, "%s: %s\n", title, text);
-        else
-            std::fprintf(stderr, "%s\n", text);
-        std::fflush(stderr);
-    }
 
     void pollEvents() override { PXHeadlessDeliverDue(pass); }
     uint32_t tickCount() override { return ticks++; }

@@ -61,15 +61,6 @@ public:
     uint32_t milliSecCount() override { return SDL_GetTicks(); }
     // A short sleep, so a loop of quick tasks does not hold a core.
     void endOfPass() override { SDL_Delay(1); }
-    // Messages go to standard error, not to a dialog: a dialog would stop an
-    // unattended run until someone dismissed it.
-    void showMessage(const char* text, unsigned, const char* title) override {
-        if (title && *title)
-            std::fprintf(stderr, "%s: %s\n", title, text);
-        else
-            std::fprintf(stderr, "%s\n", text);
-        std::fflush(stderr);
-    }
     uint32_t tickCount() override { return SDL_GetTicks(); }
 
     int displayDepth(int display) override {

@@ -92,6 +92,14 @@ const char* PXSysChooseBackend(const char* name) {
     return PXSysBackend().name();
 }
 
+void PXBackend::showMessage(const char* text, unsigned, const char* title) {
+    if (title && *title)
+        std::fprintf(stderr, "%s: %s\n", title, text);
+    else
+        std::fprintf(stderr, "%s\n", text);
+    std::fflush(stderr);
+}
+
 int PXSysUserMessage(const char* text, unsigned flags, const char* title) {
     if (!text) text = "";
     PXSysBackend().showMessage(text, flags, title);

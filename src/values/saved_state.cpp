@@ -276,25 +276,31 @@ int YVariable::read(std::FILE* f, int swap) {
     return 1;
 }
 
+namespace {
+
+// One record from memory, reading at most `budget` bytes; p moves behind it.
+bool parseFrom(const unsigned char*& p, size_t budget, int swap, Record& r) {
+    BudgetSource in{p, budget, swap};
+    if (!parseRecord(in, r)) return false;
+    p = in.p;
+    return true;
+}
+
+}  // namespace
+
 int YVariable::read(const unsigned char*& p, int swap) {
-    if (!p) return 0;
-    BudgetSource in{p, kLargestRecord, swap};
     Record r;
-    if (!parseRecord(in, r)) return 0;
+    if (!p || !parseFrom(p, kLargestRecord, swap, r)) return 0;
     killBauble(1);
     takeRecord(*this, r);
-    p = in.p;
     return 1;
 }
 
 int YVariable::read(const unsigned char*& p, const unsigned char* end, int swap) {
-    if (!p || !end || end < p) return 0;
-    BudgetSource in{p, static_cast<size_t>(end - p), swap};
     Record r;
-    if (!parseRecord(in, r)) return 0;
+    if (!p || !end || end < p || !parseFrom(p, static_cast<size_t>(end - p), swap, r)) return 0;
     killBauble(1);
     takeRecord(*this, r);
-    p = in.p;
     return 1;
 }
 

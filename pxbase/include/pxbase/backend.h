@@ -32,7 +32,9 @@ public:
     // pump platform events, or, headless, to advance the virtual clock.
     virtual void endOfPass() = 0;
     // Shows a message to the user and returns once it was seen.
-    virtual void showMessage(const char* text, unsigned flags, const char* title) = 0;
+    // The default writes the text (and its title) to standard error: no
+    // backend shows a dialog, which would stop an unattended run.
+    virtual void showMessage(const char* text, unsigned flags, const char* title);
 
     // Hands the input that is due to the windows, through PXWindow::deliver.
     virtual void pollEvents() {}
