@@ -37,14 +37,8 @@ execute_process(COMMAND ${BAUBLE} run --headless --max-ticks 20000 ${base}.bsc
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "run: exit status ${status}\n${err}")
 endif()
-file(READ ${dir}/${base}.expected want)
-set(got "")
-if(EXISTS ${WORK}/debug.txt)
-  file(READ ${WORK}/debug.txt got)
-endif()
-if(NOT got STREQUAL want)
-  message(FATAL_ERROR "debug.txt differs.\n--- expected\n${want}--- got\n${got}")
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/expect_said.cmake)
+expect_said(${WORK} ${dir}/${base}.expected)
 
 execute_process(COMMAND ${BAUBLE} inspect ${base}.bsc
   WORKING_DIRECTORY ${WORK} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)

@@ -1,0 +1,15 @@
+# expect_said(WORK EXPECTED): the run in WORK wrote exactly the lines of the
+# file EXPECTED to debug.txt (no debug.txt reads as no lines).
+function(expect_said work expected)
+  if(NOT EXISTS "${expected}")
+    message(FATAL_ERROR "no expected lines: ${expected}")
+  endif()
+  file(READ ${expected} want)
+  set(got "")
+  if(EXISTS ${work}/debug.txt)
+    file(READ ${work}/debug.txt got)
+  endif()
+  if(NOT got STREQUAL want)
+    message(FATAL_ERROR "debug.txt differs.\n--- expected\n${want}--- got\n${got}")
+  endif()
+endfunction()
