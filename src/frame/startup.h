@@ -18,9 +18,9 @@ struct StartupStep {
 inline constexpr int kStartupSteps = 10;
 
 // For tests: the steps in their fixed order, and how many have run.
-BC_API const StartupStep* startupSteps();
-BC_API int startupStepsRun();
+const StartupStep* startupSteps();
+int startupStepsRun();
 // Exit actions registered so far, in order of registration.
-BC_API int exitActionsRegistered();
+int exitActionsRegistered();
 
 }  // namespace bcframe

@@ -15,7 +15,7 @@ namespace bcobjects {
 // before it is gone. Handlers run in the order they were added; adding one
 // twice keeps one.
 using ObjectGoneHandler = void (*)(PXScriptableObject* object);
-BC_API void addObjectGoneHandler(ObjectGoneHandler handler);
+void addObjectGoneHandler(ObjectGoneHandler handler);
 inline void setObjectGoneHandler(ObjectGoneHandler handler) { addObjectGoneHandler(handler); }
 
 // Start-up step 1 and its exit action: the class registry and the parameter

@@ -61,13 +61,13 @@ enum CompileError : int32_t {
 // the start of the code built so far (from the end of polishBuffer backwards)
 // and polishTerms the terminals so far; while evaluating, the next code byte
 // and the terminals not yet taken.
-BC_API extern char* polishBuffer;
-BC_API extern char* polishCursor;
-BC_API extern int32_t polishTerms;
-BC_API extern uint16_t* polishWords;
+extern char* polishBuffer;
+extern char* polishCursor;
+extern int32_t polishTerms;
+extern uint16_t* polishWords;
 // Cleared at the start of each evaluation and by a thread's (re)start; set
 // by the first failure.
-BC_API extern int32_t compileError;
+extern int32_t compileError;
 
 // Start-up step 6: the heap (its fields are zero from load on) and the hook
 // that lets variables drop an object that is being destroyed.
@@ -79,7 +79,7 @@ void stopScriptScratch();
 
 // The private operations of the heap and of values, for the parts of the
 // library that are not YThread, and for tests.
-struct BC_API ValuesAccess {
+struct ValuesAccess {
     // heap[i], inline for the evaluator's and the interpreter's hot paths.
     static YVariable* entry(const YHeap& heap, int i) {
         return heap.initialised && i >= 0 && i < heap.count ? heap.entries[i] : nullptr;
