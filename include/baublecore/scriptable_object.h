@@ -96,8 +96,6 @@ public:
     int act() const override;
     ~PXSobEventProperty() override;
 
-    void setWatcher(const PXLink* watcher, const PXLink* onClone);
-
     PXLink* cloneLink;  // owned; fired with a PXSobClonePair when the object is copied
 };
 
@@ -173,7 +171,6 @@ public:
     static void prepareParameters();
     // The next parameter; the empty string at the end and every time after.
     static const char* nextParameter();
-    static int parameterCount();
 
     PXList<PXScriptableObjectProperty>* properties;
     const void* clientData;
@@ -182,7 +179,4 @@ public:
 
 private:
     void sobAddProperty(PXScriptableObjectProperty* const p);
-    PXScriptableObjectProperty* findProperty(const char* name) const;
-    PXScriptableObjectProperty* findProperty(const char* name,
-                                             PXScriptableObjectPropertyType type) const;
 };

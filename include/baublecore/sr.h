@@ -39,11 +39,8 @@ public:
     // Unloads the module of one class, or with null of every class.
     static void release(const char* name);
 
-    // Looks a class up by name, loading its module when dynamic loading is
-    // on; the record found, or null. `currentClass` is the same record.
-    static PXSR* lookup(const char* name);
-
     static PXList<PXSR>* classList;
+    // The record found by the last lookup of a class by name, null when it failed.
     static PXSR* currentClass;
 
     const char* name;

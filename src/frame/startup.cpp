@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "objects/objects_internal.h"
+#include "objects/objects_shared.h"
 #include "threads/threads_internal.h"
 #include "values/values_internal.h"
 

@@ -86,4 +86,4 @@ const char* PXScriptableObject::nextParameter() {
     return text ? text : "";
 }
 
-int PXScriptableObject::parameterCount() { return parameterList ? parameterList->count : 0; }
+int bcobjects::parameterCount() { return parameterList ? parameterList->count : 0; }

@@ -119,7 +119,8 @@ int PXSobEventProperty::act() const {
     return 1;
 }
 
-void PXSobEventProperty::setWatcher(const PXLink* watcher, const PXLink* onClone) {
-    PXStoreLink(link, watcher);
-    PXStoreLink(cloneLink, onClone);
+void bcobjects::setWatcher(PXSobEventProperty& event, const PXLink* watcher,
+                           const PXLink* onClone) {
+    PXStoreLink(event.link, watcher);
+    PXStoreLink(event.cloneLink, onClone);
 }

@@ -72,15 +72,15 @@ PXScriptableObject::~PXScriptableObject() {
 
 void PXScriptableObject::sobGetInfo(char*) const {}
 
-PXScriptableObjectProperty* PXScriptableObject::findProperty(const char* name) const {
-    for (PXListNode<PXScriptableObjectProperty>* n = properties->head; n; n = n->next)
+PXScriptableObjectProperty* bcobjects::findProperty(const PXScriptableObject& o, const char* name) {
+    for (PXListNode<PXScriptableObjectProperty>* n = o.properties->head; n; n = n->next)
         if (n->value->find(name)) return n->value;
     return nullptr;
 }
 
-PXScriptableObjectProperty* PXScriptableObject::findProperty(
-    const char* name, PXScriptableObjectPropertyType type) const {
-    for (PXListNode<PXScriptableObjectProperty>* n = properties->head; n; n = n->next)
+PXScriptableObjectProperty* bcobjects::findProperty(const PXScriptableObject& o, const char* name,
+                                                    PXScriptableObjectPropertyType type) {
+    for (PXListNode<PXScriptableObjectProperty>* n = o.properties->head; n; n = n->next)
         if (n->value->type == type && n->value->find(name)) return n->value;
     return nullptr;
 }
@@ -130,7 +130,7 @@ void PXScriptableObject::sobRemoveProperty(const char* name) {
 
 int PXScriptableObject::sobSet(const char* name, const char* value) {
     prepareParameters();
-    PXScriptableObjectProperty* p = findProperty(name);
+    PXScriptableObjectProperty* p = bcobjects::findProperty(*this, name);
     if (!p) return fail(PXSOB_NoSuchProperty);
     int result = inCall([&] { return p->set(value); });
     if (!result) fail(PXSOB_PropertyFailed);
@@ -138,15 +138,16 @@ int PXScriptableObject::sobSet(const char* name, const char* value) {
 }
 
 int PXScriptableObject::sobSet(const char* name, const PXLink* watcher, const PXLink* onClone) {
-    auto* event = static_cast<PXSobEventProperty*>(findProperty(name, PXSOB_EventProperty));
+    auto* event =
+        static_cast<PXSobEventProperty*>(bcobjects::findProperty(*this, name, PXSOB_EventProperty));
     if (!event) return fail(PXSOB_NoSuchProperty);
-    event->setWatcher(watcher, onClone);
+    bcobjects::setWatcher(*event, watcher, onClone);
     return 1;
 }
 
 const char* PXScriptableObject::sobGet(const char* name) const {
     prepareParameters();
-    PXScriptableObjectProperty* p = findProperty(name, PXSOB_DataProperty);
+    PXScriptableObjectProperty* p = bcobjects::findProperty(*this, name, PXSOB_DataProperty);
     if (!p) {
         fail(PXSOB_NoSuchProperty);
         return nullptr;
@@ -161,7 +162,7 @@ int PXScriptableObject::sobPlay(const char* name, const char* first, ...) const 
     va_start(args, first);
     bcobjects::takeParameters(first, args);
     va_end(args);
-    PXScriptableObjectProperty* p = findProperty(name, PXSOB_MethodProperty);
+    PXScriptableObjectProperty* p = bcobjects::findProperty(*this, name, PXSOB_MethodProperty);
     if (!p) return fail(PXSOB_NoSuchProperty);
     int result = inCall([&] { return p->act(); });
     if (!result) fail(PXSOB_PropertyFailed);
@@ -169,7 +170,7 @@ int PXScriptableObject::sobPlay(const char* name, const char* first, ...) const 
 }
 
 int PXScriptableObject::sobPass(const char* event) const {
-    PXScriptableObjectProperty* p = findProperty(event, PXSOB_EventProperty);
+    PXScriptableObjectProperty* p = bcobjects::findProperty(*this, event, PXSOB_EventProperty);
     if (!p) return fail(PXSOB_NoSuchProperty);
     int result = p->act();
     if (!result) fail(PXSOB_PropertyFailed);
@@ -183,13 +184,13 @@ void PXScriptableObject::sobClone(PXScriptableObject* target) const {
         target->sobAddProperty(p->clone(target));
     target->className = className;
     newborn = target;
-    if (PXSR* record = PXSR::lookup(className)) record->executeBornLink();
+    if (PXSR* record = bcobjects::lookupClass(className)) record->executeBornLink();
 }
 
 void PXScriptableObject::sobBorn(const char* name) {
     newborn = this;
     if (!name || className) return;
-    PXSR* record = PXSR::lookup(name);
+    PXSR* record = bcobjects::lookupClass(name);
     if (!record) return;
     sobAssignProperties();
     className = record->name;

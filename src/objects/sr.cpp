@@ -21,7 +21,7 @@ int dynamicLoad = 1;
 // Steps 3 to 6 of making an object: the class (loading it if need be), its
 // creator with the channel prepared, then its name and its properties.
 PXScriptableObject* makeObject(const char* className) {
-    PXSR* record = PXSR::lookup(className);
+    PXSR* record = bcobjects::lookupClass(className);
     if (!record) return nullptr;
     if (!record->creator) return nullptr;
     PXScriptableObject::prepareParameters();
@@ -103,21 +103,22 @@ void PXSR::executeBornLink() const {
 void PXSR::setDynamicLoad(int on) { dynamicLoad = on; }
 int PXSR::getDynamicLoad() { return dynamicLoad; }
 
-PXSR* PXSR::lookup(const char* n) {
+PXSR* bcobjects::lookupClass(const char* n) {
+    PXSR*& currentClass = PXSR::currentClass;
     currentClass = nullptr;
     if (!n) return nullptr;
-    currentClass = bcobjects::findClass(n);
+    currentClass = findClass(n);
     if (!currentClass && dynamicLoad) {
-        load(n);
-        currentClass = bcobjects::findClass(n);
+        PXSR::load(n);
+        currentClass = findClass(n);
     }
     return currentClass;
 }
 
-int PXScriptableObject::isXtor(const char* name) { return PXSR::lookup(name) != nullptr; }
+int PXScriptableObject::isXtor(const char* name) { return bcobjects::lookupClass(name) != nullptr; }
 
 int PXScriptableObject::setBornHandler(const char* className, const PXLink* link) {
-    PXSR* record = PXSR::lookup(className);
+    PXSR* record = bcobjects::lookupClass(className);
     if (!record) return 0;
     record->setBornLink(link);
     return 1;

@@ -10,7 +10,7 @@
 #include "baublecore/scriptable_object.h"
 #include "baublecore/sr.h"
 #include "baublecore/thread.h"
-#include "objects/objects_internal.h"
+#include "objects/objects_shared.h"
 #include "threads/threads_internal.h"
 
 PXList<eventRecord>* eventRecord::eventRecordList = nullptr;

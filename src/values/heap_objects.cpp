@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "baublecore/scriptable_object.h"
-#include "objects/objects_internal.h"
+#include "objects/objects_shared.h"
 #include "values/values_internal.h"
 
 using namespace bcvalues;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "baublecore/scriptable_object.h"
+#include "objects/objects_internal.h"
 
 class Lamp : public PXScriptableObject {
 public:
@@ -50,7 +51,7 @@ public:
     }
     void bump() {
         params.clear();
-        for (int i = 0; i < parameterCount(); ++i) params.emplace_back(nextParameter());
+        for (int i = 0; i < bcobjects::parameterCount(); ++i) params.emplace_back(nextParameter());
         params.emplace_back(nextParameter());  // past the end: ""
         passFromHandler = sobPass("lit");
     }

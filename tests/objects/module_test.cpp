@@ -10,6 +10,7 @@
 
 #include "baublecore/scriptable_object.h"
 #include "baublecore/sr.h"
+#include "objects/objects_internal.h"
 
 namespace {
 
@@ -79,9 +80,9 @@ TEST_F(Modules, AnUnknownClassIsLoadedFromItsModuleAndWorks) {
     ASSERT_EQ(now.size(), before.size() + 2);
     EXPECT_EQ(now[before.size()], "Widget");
     EXPECT_EQ(now[before.size() + 1], "Sprocket");
-    ASSERT_TRUE(PXSR::lookup("Widget"));
+    ASSERT_TRUE(bcobjects::lookupClass("Widget"));
     EXPECT_NE(PXSR::currentClass->module, nullptr);
-    ASSERT_TRUE(PXSR::lookup("Sprocket"));
+    ASSERT_TRUE(bcobjects::lookupClass("Sprocket"));
     EXPECT_EQ(PXSR::currentClass->module, nullptr);
     w.reset();  // its code lives in the module
 }
@@ -111,7 +112,7 @@ TEST_F(Modules, ANameWithADotLoadsThatVeryFile) {
     EXPECT_FALSE(registered("Widget"));
     PXSR::load("Widget.v2");
     ASSERT_TRUE(registered("Widget"));
-    EXPECT_NE(PXSR::lookup("Widget")->module, nullptr);
+    EXPECT_NE(bcobjects::lookupClass("Widget")->module, nullptr);
 }
 
 TEST_F(Modules, AModuleWithoutItsClassIsFreedAndTheLookupFails) {

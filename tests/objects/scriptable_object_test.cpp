@@ -274,7 +274,7 @@ TEST(ParameterChannel, KeepsItsContentBetweenCalls) {
         PXScriptableObject::create("Lamp", "\x01zzz", "99", PXScriptableObject::kPXEndOfParameters)));
     ASSERT_TRUE(kept);
     EXPECT_EQ(kept->level, 17);
-    EXPECT_EQ(PXScriptableObject::parameterCount(), 1);
+    EXPECT_EQ(bcobjects::parameterCount(), 1);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 std::vector<std::string> seenByCreator;
 PXScriptableObject* recordingCreator() {
     seenByCreator.clear();
-    for (int i = 0; i < PXScriptableObject::parameterCount(); ++i)
+    for (int i = 0; i < bcobjects::parameterCount(); ++i)
         seenByCreator.emplace_back(PXScriptableObject::nextParameter());
     return new Lamp;
 }

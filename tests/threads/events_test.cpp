@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "ball.h"
+#include "objects/objects_internal.h"
 #include "script_fixture.h"
 
 namespace {
@@ -101,7 +102,7 @@ TEST_F(Events, BornHandlersWatchAClassAndGiveTheNewObject) {
     YHeap::theHeap[1]->value(receiver);
     EXPECT_EQ(receiver, &hostBuilt);
     t.stop();  // the records go, and the class's born link with them
-    EXPECT_EQ(PXSR::lookup("EventBall")->bornLink, nullptr);
+    EXPECT_EQ(bcobjects::lookupClass("EventBall")->bornLink, nullptr);
 }
 
 TEST_F(Events, AWatcherNeverReachesAFlushedRecord) {
