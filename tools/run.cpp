@@ -20,7 +20,7 @@ const char kRunUsage[] =
 // generator), and tracing must not change the run.
 void trace(const YThread& t, int statement, void*) {
     const YStatement& s = t.jumps[statement];
-    const char* command = YCommandName(s.command);
+    const char* command = baublecore::commandName(s.command);
     std::fprintf(stderr, "%s #%d %s", t.getName()[0] ? t.getName() : "(stream)", statement,
                  command ? command : "?");
     switch (s.command) {
@@ -99,7 +99,7 @@ int runCommand(int argc, char** argv) {
     PXHeadlessSetTickMs(static_cast<uint32_t>(tickMs));
     PXApp app;
     if (seed >= 0) std::srand(static_cast<unsigned>(seed));
-    if (tracing) YThread::setTraceHook(trace, nullptr);
+    if (tracing) baublecore::setTraceHook(trace, nullptr);
 
     auto* thread = new YThread(script);
     if (!*thread) {

@@ -52,7 +52,7 @@ void showStatements(const YThread& t) {
     std::printf("%d statements\n", t.jumpCount);
     for (int i = 0; i <= t.jumpCount; ++i) {
         const YStatement& s = t.jumps[i];
-        const char* command = YCommandName(s.command);
+        const char* command = baublecore::commandName(s.command);
         std::printf("%6d  %-12s", i, command ? command : "?");
         if (i == t.jumpCount) {
             std::printf("  (end entry)\n");

@@ -11,4 +11,5 @@
 #include "baublecore/scriptable_object.h"
 #include "baublecore/sr.h"
 #include "baublecore/thread.h"
+#include "baublecore/trace.h"
 #include "baublecore/variable.h"

@@ -1,9 +1,9 @@
 // eventRecord: one binding of a script procedure to an event of an object,
 // to the birth of objects of a class, or to a timer. An object's watcher
-// link carries the record's key, a number never given to another record;
-// delivery looks the record up by it, so a link that outlives its record
-// (a copy of a copy keeps its original's watcher) reaches nothing. A record
-// that goes also takes the links it can find with it.
+// link carries the record's key (its serial, a number never given to another
+// record); delivery looks the record up by it, so a link that outlives its
+// record (a copy of a copy keeps its original's watcher) reaches nothing. A
+// record that goes also takes the links it can find with it.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,10 @@
 
 class PXScriptableObject;
 class YThread;
+
+namespace bcthreads {
+struct ThreadsAccess;
+}
 
 class BC_API eventRecord {
 public:
@@ -34,10 +38,6 @@ public:
     // Destroys every record of the object, or with a property the first one
     // of that object and property.
     static void remove(PXScriptableObject* const object, const char* property);
-    // The key that watcher links carry as their data.
-    const void* key() const;
-    // The record of that key, or null when it is gone.
-    static eventRecord* byKey(const void* key);
 
     int32_t entry;               // the statement behind the procedure's entry
     PXScriptableObject* object;  // null for a class's born handler and for timers
@@ -47,7 +47,7 @@ public:
 
 private:
     friend class YThread;
-    friend struct bcthreads_access;
+    friend struct bcthreads::ThreadsAccess;
 
     eventRecord(const char* name, int32_t entry, PXScriptableObject* object, const char* property);
     // A timer's record lives for one step only and is not on the list, so a
@@ -63,6 +63,4 @@ private:
     void clone(const void* pair);
     // The variable name behind an object's binding.
     static const char* getName(PXScriptableObject* const object);
-    // Takes away the links that still aim at this record.
-    void unhook();
 };

@@ -114,8 +114,6 @@ private:
     void dropBaubles(int kill);
     // Writes the records of entries 3 and up, in table order.
     void save(std::FILE* f) const;
-    // Gives clone numbers to a new base from the clones made before it.
-    void relinkClones(YVariable* base, const char* name, int len) const;
 
     void polish(const char* text, int len) const;
     void polish(const char* text) const;

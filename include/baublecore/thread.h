@@ -14,7 +14,10 @@ class PXLink;
 class PXTask;
 class eventRecord;
 class YVariable;
-struct YOperands;
+
+namespace bcthreads {
+struct ThreadsAccess;
+}
 
 // Statement commands. The numbers are stored in compiled scripts and must
 // never change; the gaps have no name and are never produced.
@@ -54,9 +57,6 @@ enum YCMND : int32_t {
     ycRelay = 45,
     ycQuit = 46,
 };
-
-// The name of a command, as "ycAssign"; null for a number without a name.
-BC_API const char* YCommandName(int command);
 
 // One entry of the statement table. `operand` is a statement index for the
 // commands that jump, and the start of the operand list in `code` otherwise.
@@ -144,11 +144,6 @@ public:
     // when cancelled.
     static void chooseFile(char* out, int forSave);
 
-    // Called with every statement about to run (the thread and its index),
-    // for tracing tools. Null removes it.
-    using TraceHook = void (*)(const YThread& thread, int statement, void* context);
-    static void setTraceHook(TraceHook hook, void* context);
-
     static PXTask* task;
     static int yieldEventsOff;
     static PXList<YThread> threadList;
@@ -197,12 +192,9 @@ public:
     int32_t savedForTop;  // the main line's innermost loop while a handler runs
 
 private:
-    friend struct YThreadInspector;  // tests look at the compiler's steps
+    friend struct bcthreads::ThreadsAccess;
 
-    void construct(URL opener);
-    void resetScriptState();
     void strip();
-    void adopt();
 
     // Source loading (source.cpp).
     int compile(PXIStream* source);
@@ -211,8 +203,6 @@ private:
     int fillTextBuffer(PXIStream* source, int offset);
     int advancePastSeparator(char*& p, int keepEquals);
     char* getToken(int acrossLines);
-    char* includeFile();
-    char* endOfSource();
 
     // The compiler (compiler.cpp).
     int compile();
@@ -223,9 +213,6 @@ private:
     void setJump();
     void push(int value);
     int pop();
-    void emitWord(int word);
-    void refuse(const char* why);
-    void showCompileError();
 
     // The compiled-script file (script_file.cpp).
     int load(const char* path, int swap);
@@ -235,22 +222,4 @@ private:
     void startInterrupt(int entry);
     void leaveInterrupt();
     int checkDrop(int& index, char*);
-    bool insideFor() const;
-    // Asleep, stopped, blocked or resting at the end: another step would
-    // change nothing.
-    bool cannotMove() const;
-    void fireDoneMain(int command, bool atEnd);
-    void jumpTo(int statement);
-    void test(const YOperands& w);
-    void forStart(const YOperands& w);
-    void forNext(const YOperands& w);
-    void say(const YOperands& w);
-    void assign(const YOperands& w);
-    void drop(int a);
-    void dropFamily(YVariable* v);
-    void custom(const YOperands& w);
-    void setTimer(int command, const YOperands& w);
-    void setProperty(const YOperands& w);
-    void getProperty(const YOperands& w);
-    void play(const YOperands& w);
 };

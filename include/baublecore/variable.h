@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <utility>
 
 #include "baublecore/api.h"
 
@@ -20,8 +19,6 @@ class YThread;
 
 namespace bcvalues {
 struct ValuesAccess;
-struct Operand;
-struct KnownNumber;
 }
 
 // The kind of term: decided when the entry is made, never changed.
@@ -115,9 +112,8 @@ public:
     int read(std::FILE* f, int swap);
     // From memory, moving p behind the record. This form knows no end: the
     // caller vouches for a whole record at p, and it reads no further than
-    // the largest record reaches. The library uses the bounded form.
+    // the largest record reaches. The library itself reads within bounds.
     int read(const unsigned char*& p, int swap);
-    int read(const unsigned char*& p, const unsigned char* end, int swap);
 
     // Fields, in order. size_ is the `size` field: the length of text when a
     // value is held (-1 when unknown or none); for a literal the length of
@@ -152,45 +148,13 @@ private:
 
     void nameIt(const char* name, int len);
     void classify(int len);
-    void classifySlice(const char* bar);
-    void classifyCompound(int subscripts);
     void reduce();
     void plug(const char* s);
     void killBauble(int del);
-    // Lets go of the object without deleting it and without following
-    // forwarding: what a holder does when its object is destroyed elsewhere.
-    void release();
     // Compiles the name into the thread as a new term; a plain variable that
     // comes out of it without a value takes this entry's text.
     void inflict(YThread* t);
-
-    // The entry this one forwards to, after following every hop, or this.
-    // Most variables forward nowhere: they are their own target at once.
-    const YVariable* target() const { return alias == -1 && firstClone != 0 ? forwarded() : this; }
-    const YVariable* forwarded() const;
-    YVariable* target() { return const_cast<YVariable*>(std::as_const(*this).target()); }
-    int hasTarget() const;
-
     int getAssociate() const;
-    int readSlice(char* dst) const;
-    int readLiteral(char* dst) const;
-    int readPlain(char* dst) const;
-
-    // set(s, len), where the caller already knows what reading s as a
-    // number gives (null: it is read here).
-    void setText(const char* s, int len, const bcvalues::KnownNumber* known);
-    // Evaluates this expression entry (or reads any other term) and assigns
-    // the text to t exactly as t->set(text, -1) would.
-    void assignTo(YVariable* t) const;
-
-    // The evaluator works on light operands rather than on temporary
-    // variables: see evaluate.cpp.
+    // Runs this expression's code into dst; the error code, 0 for none.
     int palue(char* dst) const;
-    int evaluate(bcvalues::Operand& result) const;
-    void pevaluate(bcvalues::Operand& result) const;
-    void readTerm(bcvalues::Operand& result) const;
-    void operate(bcvalues::Operand& result, char op, bcvalues::Operand& right, bcvalues::Operand& left) const;
-    void operateText(bcvalues::Operand& result, char op, bcvalues::Operand& right, bcvalues::Operand& left) const;
-    void operateNumbers(bcvalues::Operand& result, char op, double l, double r) const;
-    void unquote(bcvalues::Operand& result, bcvalues::Operand& operand) const;
 };

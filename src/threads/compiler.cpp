@@ -11,6 +11,7 @@
 #include "baublecore/thread.h"
 #include "pxbase/sys.h"
 #include "threads/compiler_state.h"
+#include "threads/threads_internal.h"
 #include "values/values_internal.h"
 
 using bcvalues::compileError;
@@ -32,26 +33,42 @@ YStatement* jumpBuffer = nullptr;
 struct Keyword {
     YCMND command;
     const char* text;
-    uint8_t length;  // filled in once, at the first compilation
+    uint8_t length;
 };
+
+constexpr Keyword keyword(YCMND command, const char* text) {
+    uint8_t n = 0;
+    while (text[n]) ++n;
+    return {command, text, n};
+}
 
 // In the order of search. The texts of "schedule" and "idle" are also the
 // names of the timer events, compared by address.
-Keyword keywords[] = {
-    {ycIf, "if", 0},           {ycElse, "else", 0},       {ycCall, "call", 0},
-    {ycFor, "for", 0},         {ycProcedure, "procedure", 0}, {ycBreak, "break", 0},
-    {ycContinue, "continue", 0}, {ycYield, "yield", 0},   {ycPlay, "play", 0},
-    {ycSet, "set", 0},         {ycGet, "get", 0},         {ycSuspend, "suspend", 0},
-    {ycResume, "resume", 0},   {ycDrop, "drop", 0},       {ycSchedule, "schedule", 0},
-    {ycIdle, "idle", 0},       {ycWait, "wait", 0},       {ycPause, "pause", 0},
-    {ycRelay, "relay", 0},     {ycSay, "say", 0},         {ycExit, "exit", 0},
-    {ycDebug, "debug", 0},     {ycQuit, "quit", 0},       {ycEnd, nullptr, 0},
+constexpr Keyword keywords[] = {
+    keyword(ycIf, "if"),           keyword(ycElse, "else"),         keyword(ycCall, "call"),
+    keyword(ycFor, "for"),         keyword(ycProcedure, "procedure"), keyword(ycBreak, "break"),
+    keyword(ycContinue, "continue"), keyword(ycYield, "yield"),     keyword(ycPlay, "play"),
+    keyword(ycSet, "set"),         keyword(ycGet, "get"),           keyword(ycSuspend, "suspend"),
+    keyword(ycResume, "resume"),   keyword(ycDrop, "drop"),         keyword(ycSchedule, "schedule"),
+    keyword(ycIdle, "idle"),       keyword(ycWait, "wait"),         keyword(ycPause, "pause"),
+    keyword(ycRelay, "relay"),     keyword(ycSay, "say"),           keyword(ycExit, "exit"),
+    keyword(ycDebug, "debug"),     keyword(ycQuit, "quit"),         {ycEnd, nullptr, 0},
 };
 static_assert(sizeof keywords / sizeof keywords[0] == 24, "23 keywords and the end row");
 
+// Each keyword names a command of YCMND, and no command has two keywords.
+constexpr bool keywordsNameDistinctCommands() {
+    for (int i = 0; keywords[i].text; ++i) {
+        if (!isCommand(keywords[i].command)) return false;
+        for (int j = 0; j < i; ++j)
+            if (keywords[j].command == keywords[i].command) return false;
+    }
+    return true;
+}
+static_assert(keywordsNameDistinctCommands());
+
 const Keyword* findKeyword(const char* t, int length) {
-    for (Keyword* k = keywords; k->text; ++k) {
-        if (!k->length) k->length = static_cast<uint8_t>(std::strlen(k->text));
+    for (const Keyword* k = keywords; k->text; ++k) {
         if (length >= k->length && static_cast<signed char>(t[k->length]) <= 32 &&
             std::memcmp(t, k->text, k->length) == 0)
             return k;
@@ -73,17 +90,48 @@ const char* keywordText(YCMND command) {
 
 using namespace bcthreads;
 
-void YThread::refuse(const char* why) {
+namespace {
+
+void refuse(const char* why) {
     if (!compileError) {
         compileError = bcvalues::kErrTooLong;
         refusal = why;
     }
 }
 
-void YThread::emitWord(int word) {
+void emitWord(int word) {
     if (codeCount >= kCodeWords) return refuse("too many code words");
     codeBuffer[codeCount++] = static_cast<int16_t>(word);
 }
+
+// One message: the line of the failing token, then the source around it,
+// from 6 bytes before the token to 50 bytes after it.
+void showCompileError() {
+    char text[256];
+    int line = 1;
+    const char* at = tokenStart && textBuffer ? tokenStart : nullptr;
+    if (at)
+        for (const char* p = textBuffer; p < at; ++p) line += *p == '\r';
+    int n = std::snprintf(text, sizeof text, "%d: ", line);
+    if (refusal) n += std::snprintf(text + n, sizeof text - n, "%s: ", refusal);
+    if (at) {
+        const char* from = at - textBuffer >= 6 ? at - 6 : textBuffer;
+        const char* end = at;
+        while (*end && end < at + 50) ++end;
+        for (const char* p = from; p < end && n < static_cast<int>(sizeof text) - 1; ++p)
+            text[n++] = static_cast<unsigned char>(*p) < 32 ? ' ' : *p;
+        text[n] = '\0';
+    }
+    PXSysUserMessage(text, 0x3000, nullptr);
+}
+
+bool insideFor(const YThread& t) {
+    for (int i = 0; i < t.stackDepth; ++i)
+        if (jumpBuffer[t.stack[i]].command == ycForStart) return true;
+    return false;
+}
+
+}  // namespace
 
 void YThread::push(int value) {
     if (stackDepth >= kStackWords) return refuse("statements nested too deep");
@@ -128,33 +176,12 @@ int YThread::compile() {
     return failed ? 0 : 1;
 }
 
-// One message: the line of the failing token, then the source around it,
-// from 6 bytes before the token to 50 bytes after it.
-void YThread::showCompileError() {
-    char text[256];
-    int line = 1;
-    const char* at = tokenStart && textBuffer ? tokenStart : nullptr;
-    if (at)
-        for (const char* p = textBuffer; p < at; ++p) line += *p == '\r';
-    int n = std::snprintf(text, sizeof text, "%d: ", line);
-    if (refusal) n += std::snprintf(text + n, sizeof text - n, "%s: ", refusal);
-    if (at) {
-        const char* from = at - textBuffer >= 6 ? at - 6 : textBuffer;
-        const char* end = at;
-        while (*end && end < at + 50) ++end;
-        for (const char* p = from; p < end && n < static_cast<int>(sizeof text) - 1; ++p)
-            text[n++] = static_cast<unsigned char>(*p) < 32 ? ' ' : *p;
-        text[n] = '\0';
-    }
-    PXSysUserMessage(text, 0x3000, nullptr);
-}
-
 int YThread::doClause() {
     char* t = getToken(1);
-    if (std::strncmp(t, "include ", 8) == 0) t = includeFile();
+    if (std::strncmp(t, "include ", 8) == 0) t = includeFile(*this);
     // An included file may end its parent's text too: go back as far as needed.
     while (!*t) {
-        t = endOfSource();
+        t = endOfSource(*this);
         if (!t) return 0;
     }
     if (*t == ';') return compileError == 0;
@@ -226,7 +253,7 @@ int YThread::doClause() {
     }
 
     YCMND c = k->command;
-    if ((c == ycBreak || c == ycContinue) && !insideFor()) refuse("break or continue outside a for");
+    if ((c == ycBreak || c == ycContinue) && !insideFor(*this)) refuse("break or continue outside a for");
     if (c == ycElse && (pc == 0 || jumpBuffer[pc - 1].command != ycNop))
         refuse("else that follows no if");
     if (compileError) return 0;
@@ -252,7 +279,12 @@ int YThread::doClause() {
             doCommand(ycEntry, 0);
             procedurePending = 1;
             break;
-        default:
+        // Every other command stands for itself.
+        case ycEnd: case ycCall: case ycEntry: case ycForStart: case ycForNext: case ycBranch:
+        case ycJump: case ycTest: case ycNop: case ycSay: case ycReturn: case ycElse: case ycAssign:
+        case ycDrop: case ycCustom: case ycWait: case ycIdle: case ycSchedule: case ycExit:
+        case ycSuspend: case ycResume: case ycPause: case ycDebug: case ycSet: case ycGet:
+        case ycYield: case ycPlay: case ycRelay: case ycQuit:
             doCommand(c, 0);
             break;
     }
@@ -263,12 +295,6 @@ int YThread::doClause() {
     }
     setJump();
     return compileError == 0;
-}
-
-bool YThread::insideFor() const {
-    for (int i = 0; i < stackDepth; ++i)
-        if (jumpBuffer[stack[i]].command == ycForStart) return true;
-    return false;
 }
 
 void YThread::doList() {
@@ -314,11 +340,20 @@ int YThread::attach(const char* text) {
     return index;
 }
 
+// Nothing in the library calls this; it is kept for what it offers a host
+// through YThread. It lives here, beside attach, so that values need not
+// know threads.
+void YVariable::inflict(YThread* t) {
+    if (!t || !name) return;
+    YVariable* v = YHeap::theHeap[t->attach(name)];
+    if (text && v && v->type == YVT_Plain && v->state == YVS_None) v->set(text, size_);
+}
+
 void YThread::setJump() {
     if (stackDepth == 0) return;
     int k = pop();
     YStatement* j = jumpBuffer;
-    switch (j[k].command) {
+    switch (static_cast<YCMND>(j[k].command)) {
         case ycEntry:
             if (pc >= kStatements - 1) return refuse("too many statements");
             j[pc++].command = ycReturn;
@@ -342,7 +377,12 @@ void YThread::setJump() {
             j[k].command = ycNop;
             j[k - 1] = {ycJump, static_cast<int16_t>(pc)};
             break;
-        default:
+        // Statements without a body have no jump to patch.
+        case ycEnd: case ycIf: case ycFor: case ycBreak: case ycProcedure: case ycContinue: case ycCall:
+        case ycForNext: case ycBranch: case ycJump: case ycNop: case ycSay: case ycReturn: case ycAssign:
+        case ycDrop: case ycCustom: case ycWait: case ycIdle: case ycSchedule: case ycExit:
+        case ycSuspend: case ycResume: case ycPause: case ycDebug: case ycSet: case ycGet:
+        case ycYield: case ycPlay: case ycRelay: case ycQuit:
             break;
     }
 }

@@ -45,4 +45,11 @@ inline int skipBlanks(char*& p, int acrossLines) {
 // Frees what a compilation leaves behind: the include records and the text.
 void endCompilation();
 
+// "include NAME" at the start of a clause: the file's text replaces the
+// rest of the line; its first token is the result.
+char* includeFile(YThread& t);
+// The text being read has ended: reading goes back to the file that
+// included it (its next token is the result), or null at the end of all.
+char* endOfSource(YThread& t);
+
 }  // namespace bcthreads

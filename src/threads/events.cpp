@@ -16,8 +16,33 @@
 PXList<eventRecord>* eventRecord::eventRecordList = nullptr;
 eventRecord::Pair eventRecord::pair = {nullptr, nullptr};
 
+using bcthreads::recordKey;
+
 namespace {
+
 uint32_t lastSerial = 0;
+
+// Takes away the links that still aim at this record: the watcher and clone
+// links of the object's event, when they still aim here (a newer binding has
+// its own record), and a class's born link.
+void unhook(const eventRecord& r) {
+    if (r.object && r.property) {
+        for (PXListNode<PXScriptableObjectProperty>* n = r.object->properties->head; n; n = n->next) {
+            auto* p = n->value;
+            if (p->type != PXSOB_EventProperty || !p->find(r.property)) continue;
+            if (p->link && p->link->data == recordKey(r)) PXStoreLink(p->link, nullptr);
+            auto* event = static_cast<PXSobEventProperty*>(p);
+            if (event->cloneLink && event->cloneLink->getObject() == &r) PXStoreLink(event->cloneLink, nullptr);
+        }
+    }
+    if (PXSR::classList)
+        for (PXListNode<PXSR>* n = PXSR::classList->head; n; n = n->next)
+            if (n->value->bornLink && n->value->bornLink->data == recordKey(r)) {
+                delete n->value->bornLink;
+                n->value->bornLink = nullptr;
+            }
+}
+
 }  // namespace
 
 eventRecord::eventRecord(const char* n, int32_t e, PXScriptableObject* o, const char* p)
@@ -33,41 +58,19 @@ eventRecord::eventRecord(Unlisted, const char* n, int32_t e)
     : entry(e), object(nullptr), name(n), property(nullptr), serial(0) {}
 
 eventRecord::~eventRecord() {
-    unhook();
+    unhook(*this);
     std::free(property);
     if (eventRecordList) eventRecordList->remove(this);
 }
 
-void eventRecord::unhook() {
-    // The watcher and clone links of the object's event, when they still aim
-    // here (a newer binding has its own record).
-    if (object && property) {
-        for (PXListNode<PXScriptableObjectProperty>* n = object->properties->head; n; n = n->next) {
-            auto* p = n->value;
-            if (p->type != PXSOB_EventProperty || !p->find(property)) continue;
-            if (p->link && p->link->data == key()) PXStoreLink(p->link, nullptr);
-            auto* event = static_cast<PXSobEventProperty*>(p);
-            if (event->cloneLink && event->cloneLink->getObject() == this)
-                PXStoreLink(event->cloneLink, nullptr);
-        }
-    }
-    // A class's born link.
-    if (PXSR::classList)
-        for (PXListNode<PXSR>* n = PXSR::classList->head; n; n = n->next)
-            if (n->value->bornLink && n->value->bornLink->data == key()) {
-                delete n->value->bornLink;
-                n->value->bornLink = nullptr;
-            }
+const void* bcthreads::recordKey(const eventRecord& r) {
+    return reinterpret_cast<const void*>(static_cast<uintptr_t>(r.serial));
 }
 
-const void* eventRecord::key() const {
-    return reinterpret_cast<const void*>(static_cast<uintptr_t>(serial));
-}
-
-eventRecord* eventRecord::byKey(const void* k) {
-    if (!k || !eventRecordList) return nullptr;
-    for (PXListNode<eventRecord>* n = eventRecordList->head; n; n = n->next)
-        if (n->value->key() == k) return n->value;
+eventRecord* bcthreads::recordByKey(const void* k) {
+    if (!k || !eventRecord::eventRecordList) return nullptr;
+    for (PXListNode<eventRecord>* n = eventRecord::eventRecordList->head; n; n = n->next)
+        if (recordKey(*n->value) == k) return n->value;
     return nullptr;
 }
 
@@ -109,7 +112,7 @@ void eventRecord::clone(const void* pairData) {
     auto* copy = static_cast<const PXSobClonePair*>(pairData);
     if (!copy || !copy->link || !copy->owner) return;
     auto* record = new eventRecord(nullptr, entry, copy->owner, property);
-    copy->link->data = record->key();
+    copy->link->data = recordKey(*record);
 }
 
 const char* eventRecord::getName(PXScriptableObject* const o) {

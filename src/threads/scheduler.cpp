@@ -10,12 +10,14 @@
 #include "pxbase/sys.h"
 #include "threads/threads_internal.h"
 
+using namespace bcthreads;
+
 namespace {
 
 uint32_t lastAgeTime = 0;
 int16_t ageDue = 0;
 
-bool stopsStepping(int yield) { return yield == 0 || yield == 777 || yield == 333; }
+bool stopsStepping(int yield) { return yield == 0 || yield == kYieldEventsOff || yield == kYieldRefused; }
 
 // Starts the thread on the script it was given, when that compiled.
 void restart(YThread* t, const char* script) {
@@ -78,8 +80,6 @@ void serviceThreads() {
 
 }  // namespace bcthreads
 
-using namespace bcthreads;
-
 int YThread::advance() {
     if (ageDue && age()) return 0;
     if (!leavingThread) {
@@ -89,7 +89,7 @@ int YThread::advance() {
             if (leavingThread) break;
             // Status 1 on a thread that cannot move (asleep, or resting at
             // its end) would never give the loop back: it yields like 0.
-            if (cannotMove()) return 0;
+            if (cannotMove(*this)) return 0;
         }
     }
     if (yield < -1) relayVariable = -yield;
@@ -103,13 +103,13 @@ int YThread::age() {
         eventRecord record(eventRecord::Unlisted{}, keywordText(ycSchedule), scheduleEntry);
         scheduleEntry = scheduleAge = idleAge = 0;
         step(&record);
-        if (yield != 777) return yield >= 0 ? 1 : 0;
+        if (yield != kYieldEventsOff) return yield >= 0 ? 1 : 0;
     }
     if (idleEntry && idleAge > idleLimit) {
         eventRecord record(eventRecord::Unlisted{}, keywordText(ycIdle), idleEntry);
         idleAge = 0;
         step(&record);
-        if (yield != 777) return yield >= 0 ? 1 : 0;
+        if (yield != kYieldEventsOff) return yield >= 0 ? 1 : 0;
     }
     return 0;
 }
@@ -118,7 +118,7 @@ void YThread::handleEvent(const void* key) {
     if (leavingThread) return;
     // The link carries the record's key: a record that is gone is not found,
     // and its event is lost.
-    eventRecord* record = eventRecord::byKey(key);
+    eventRecord* record = recordByKey(key);
     if (!record) return;
     int remembered = yield;
     if (yieldEventsOff) yield = 1;
@@ -126,7 +126,7 @@ void YThread::handleEvent(const void* key) {
     for (;;) {
         if (leavingThread && yield < -1) relayVariable = -yield;
         if (stopsStepping(yield) || leavingThread) break;
-        if (cannotMove()) break;
+        if (cannotMove(*this)) break;
         step(nullptr);
     }
     if (yieldEventsOff) yield = remembered;

@@ -29,11 +29,13 @@
 #include "baublecore/thread.h"
 #include "pxbase/stream.h"
 #include "pxbase/sys.h"
+#include "frame/byte_reader.h"
 #include "threads/compiler_state.h"
+#include "threads/threads_internal.h"
 #include "values/saved_state.h"
 #include "values/values_internal.h"
 
-using bcvalues::SavedReader;
+using bcframe::ByteReader;
 
 namespace {
 
@@ -81,50 +83,48 @@ private:
     char text_[160] = "";
 };
 
-bool readTables(SavedReader& in, LoadedScript& s, Refusal& refuse) {
-    uint8_t format = 0;
-    uint32_t n = 0;
-    if (!in.u8(format) || !in.u32(n)) return refuse("it ends before its statement count");
+bool readTables(ByteReader& in, LoadedScript& s, Refusal& refuse) {
+    in.u8();  // the format byte, which chose the order
+    uint32_t n = in.u32();
+    if (!in.ok()) return refuse("it ends before its statement count");
     // Every count is checked against the bytes that are really there before
     // anything is allocated for it.
-    if (n > in.left() / 3) return refuse("it ends inside its %u statements", n);
+    if (n > in.remaining() / 3) return refuse("it ends inside its %u statements", n);
     s.jumps.resize(static_cast<size_t>(n) + 1);
     for (uint32_t i = 0; i < n; ++i) {
-        uint8_t command = 0;
-        in.u8(command);
-        s.jumps[i].command = command;
-        in.i16(s.jumps[i].operand);
+        s.jumps[i].command = in.u8();
+        s.jumps[i].operand = in.i16();
     }
     s.jumps[n] = {ycEnd, 0};
 
-    uint32_t m = 0;
-    if (!in.u32(m)) return refuse("it ends before its code word count");
-    if (m > in.left() / 2) return refuse("it ends inside its %u code words", m);
+    uint32_t m = in.u32();
+    if (!in.ok()) return refuse("it ends before its code word count");
+    if (m > in.remaining() / 2) return refuse("it ends inside its %u code words", m);
     s.code.resize(m);
-    for (int16_t& w : s.code) in.i16(w);
+    for (int16_t& w : s.code) w = in.i16();
 
-    uint32_t v = 0;
-    if (!in.u32(v)) return refuse("it ends before its heap size");
+    uint32_t v = in.u32();
+    if (!in.ok()) return refuse("it ends before its heap size");
     if (v < kFixedVariables || v > static_cast<uint32_t>(bcvalues::kLastIndex) + 1)
         return refuse("its heap size %u is not one a heap can have", v);
     s.heapSize = static_cast<int32_t>(v);
-    if (v - kFixedVariables > in.left() / bcvalues::kSmallestRecord)
+    if (v - kFixedVariables > in.remaining() / bcvalues::kSmallestRecord)
         return refuse("it ends before its %u heap records", v - kFixedVariables);
     return true;
 }
 
-bool readRecords(SavedReader& in, LoadedScript& s, Refusal& refuse) {
+bool readRecords(ByteReader& in, LoadedScript& s, Refusal& refuse) {
     s.entries.reserve(static_cast<size_t>(s.heapSize - kFixedVariables));
     for (int i = kFixedVariables; i < s.heapSize; ++i) {
         YVariable* v = bcvalues::ValuesAccess::makeTemporary();
         s.entries.push_back(v);
-        if (!v->read(in.p, in.end, in.swap))
+        if (!bcvalues::readRecord(*v, in))
             return refuse("the record of heap entry %d is cut short or damaged", i);
     }
     // Nothing follows the last record: more bytes mean counts that do not
     // describe this file.
-    if (in.p != in.end)
-        return refuse("it goes on for %ld bytes behind its last heap record", static_cast<long>(in.end - in.p));
+    if (in.remaining() != 0)
+        return refuse("it goes on for %ld bytes behind its last heap record", static_cast<long>(in.remaining()));
     return true;
 }
 
@@ -143,7 +143,7 @@ bool checkTables(const LoadedScript& s, Refusal& refuse) {
     bool listsEnd = m > 0 && s.code[static_cast<size_t>(m - 1)] == -1;
     for (int i = 0; i < n; ++i) {
         const YStatement& st = s.jumps[static_cast<size_t>(i)];
-        if (!YCommandName(st.command))
+        if (!bcthreads::isCommand(st.command))
             return refuse("statement %d has the unknown command %d", i, st.command);
         if (isJump(st.command)) {
             if (st.operand < 0 || st.operand > n)
@@ -233,7 +233,8 @@ int YThread::load(PXIStream* source, int swap) {
     LoadedScript s;
     Refusal refuse;
     const unsigned char* data = source->data;
-    SavedReader in{data, data ? data + source->size : nullptr, swap};
+    ByteReader in(data, data ? source->size : 0,
+                  swap ? bcframe::ByteOrder::kBig : bcframe::ByteOrder::kLittle);
     if (!data || !readTables(in, s, refuse) || !readRecords(in, s, refuse) || !checkTables(s, refuse)) {
         showRefusal(what, data ? refuse.text() : "it is empty");
         return 0;

@@ -15,6 +15,7 @@
 #include "pxbase/stream.h"
 #include "pxbase/sys.h"
 #include "threads/compiler_state.h"
+#include "threads/threads_internal.h"
 #include "values/values_internal.h"
 
 using bcvalues::compileError;
@@ -220,9 +221,9 @@ char* YThread::getToken(int acrossLines) {
 
 // "include NAME": the rest of the line names a file that is read in place
 // of the line; reading goes on behind the line when that file ends.
-char* YThread::includeFile() {
+char* bcthreads::includeFile(YThread& t) {
     char* nameStart = textCursor;
-    advancePastSeparator(textCursor, 1);
+    ThreadsAccess::advancePastSeparator(t, textCursor, 1);
     auto* record = new IncludeRecord{nullptr, static_cast<int32_t>(textCursor - textBuffer),
                                      textBuffer, *textCursor};
     *textCursor = '\0';
@@ -235,19 +236,19 @@ char* YThread::includeFile() {
     textBuffer = nullptr;  // now the record's
 
     readingInclude = true;
-    int got = fits ? fillTextBuffer(file, 0) : fillTextBuffer(nameStart, 0);
+    int got = fits ? ThreadsAccess::fillTextBuffer(t, file, 0) : ThreadsAccess::fillTextBuffer(t, nameStart, 0);
     readingInclude = false;
     if (got != 0) {
         // Nothing to read: compile on as if the file were empty.
         compileError = compileError ? compileError : 2;
         takeText(nullptr, 0, 0);
     }
-    return getToken(1);
+    return ThreadsAccess::getToken(t, 1);
 }
 
 // The current source has ended: go back to the file that included it, or
 // report the end of all source (null).
-char* YThread::endOfSource() {
+char* bcthreads::endOfSource(YThread& t) {
     IncludeRecord* record = includeStack.last();
     if (!record) return nullptr;
     includeStack.remove(record);
@@ -258,7 +259,7 @@ char* YThread::endOfSource() {
     setFileName(record->file);
     std::free(record->file);
     delete record;
-    return getToken(1);
+    return ThreadsAccess::getToken(t, 1);
 }
 
 void YThread::chooseFile(char* out, int forSave) {

@@ -41,6 +41,38 @@ void makeTask() {
     PXApp::theApp->addTask(YThread::task);
 }
 
+void resetScriptState(YThread& t) {
+    t.inInterrupt = t.blocked = t.sleeping = t.running = 0;
+    t.idleAge = t.idleLimit = t.scheduleLimit = t.scheduleEntry = t.idleEntry = 0;
+    t.pc = t.stackDepth = t.yield = 0;
+    t.condition = 1;
+    t.eventsOn = 1;
+    t.forTop = -1;
+    t.firstYieldOn = 1;
+    codeCount = 0;
+    bcvalues::compileError = 0;
+    procedurePending = 0;
+}
+
+// The fields every constructor starts from.
+void construct(YThread& t, YThread::URL opener) {
+    t.url = opener;
+    t.doneMainArmed = 1;
+    t.exitLink = t.yieldLink = t.goLink = t.doneMainLink = nullptr;
+    t.jumps = nullptr;
+    t.code = nullptr;
+    t.stack = nullptr;
+    t.name[0] = '\0';
+    std::memset(t.forRecords, 0, sizeof t.forRecords);
+    t.jumpCount = t.codeWordCount = 0;
+    t.scheduleAge = t.idleAge = 0;
+    t.valid = 0;
+    t.interruptDepth = 0;
+    t.savedPc = t.savedSleeping = t.savedStackDepth = t.savedCondition = 0;
+    t.savedForTop = -1;
+    resetScriptState(t);
+}
+
 }  // namespace
 
 void startScriptStack() {
@@ -82,64 +114,29 @@ void stopThreadList() { YThread::threadList.clear(); }
 using namespace bcthreads;
 
 YThread::YThread(PXIStream* source) {
-    construct(nullptr);
+    construct(*this, nullptr);
     if (!task && PXApp::theApp) makeTask();
     name[0] = '\0';
     bcvalues::ValuesAccess::init(YHeap::theHeap);
     kill();
-    resetScriptState();
+    resetScriptState(*this);
     stack = new int16_t[kStackWords];
     valid = compile(source);
-    adopt();
-}
-
-YThread::YThread(const char* scriptName, URL opener) {
-    construct(opener);
-    if (!task && PXApp::theApp) makeTask();
-    name[0] = '\0';
-    bcvalues::ValuesAccess::init(YHeap::theHeap);
-    set(scriptName);
-    adopt();
-}
-
-// The fields every constructor starts from.
-void YThread::construct(URL opener) {
-    url = opener;
-    doneMainArmed = 1;
-    exitLink = yieldLink = goLink = doneMainLink = nullptr;
-    jumps = nullptr;
-    code = nullptr;
-    stack = nullptr;
-    name[0] = '\0';
-    std::memset(forRecords, 0, sizeof forRecords);
-    jumpCount = codeWordCount = 0;
-    scheduleAge = idleAge = 0;
-    valid = 0;
-    interruptDepth = 0;
-    savedPc = savedSleeping = savedStackDepth = savedCondition = 0;
-    savedForTop = -1;
-    resetScriptState();
-}
-
-// Only a thread that compiled enters the list.
-void YThread::adopt() {
+    // Only a thread that compiled enters the list.
     if (valid)
         threadList.append(this);
     else
         strip();
 }
 
-void YThread::resetScriptState() {
-    inInterrupt = blocked = sleeping = running = 0;
-    idleAge = idleLimit = scheduleLimit = scheduleEntry = idleEntry = 0;
-    pc = stackDepth = yield = 0;
-    condition = 1;
-    eventsOn = 1;
-    forTop = -1;
-    firstYieldOn = 1;
-    codeCount = 0;
-    bcvalues::compileError = 0;
-    procedurePending = 0;
+YThread::YThread(const char* scriptName, URL opener) {
+    construct(*this, opener);
+    if (!task && PXApp::theApp) makeTask();
+    name[0] = '\0';
+    bcvalues::ValuesAccess::init(YHeap::theHeap);
+    set(scriptName);
+    // set has stripped a thread that did not compile.
+    if (valid) threadList.append(this);
 }
 
 YThread::~YThread() {
@@ -174,7 +171,7 @@ void YThread::set(const char* scriptName) {
         std::memmove(name, scriptName, std::strlen(scriptName) + 1);
     }
     kill();
-    resetScriptState();
+    resetScriptState(*this);
     strip();
     if (tooLong) {
         name[0] = '\0';

@@ -43,11 +43,19 @@ bool numbersOnly(char op) {
 int32_t quotient(int32_t l, int32_t r) { return (l == INT32_MIN && r == -1) ? INT32_MIN : l / r; }
 int32_t remainder32(int32_t l, int32_t r) { return (r == -1) ? 0 : l % r; }
 
+int evaluate(const YVariable& v, Operand& result);
+void readTerm(const YVariable& term, Operand& result);
+void pevaluate(const YVariable& v, Operand& result);
+void operate(Operand& result, char op, Operand& right, Operand& left);
+void operateNumbers(Operand& result, char op, double l, double r);
+void operateText(Operand& result, char op, Operand& right, Operand& left);
+void unquote(Operand& result, Operand& operand);
+
 }  // namespace
 
 int YVariable::palue(char* dst) const {
     Operand result;
-    if (evaluate(result) != 0) return compileError;
+    if (evaluate(*this, result) != 0) return compileError;
     int len = 0;
     const char* t = result.value(len);
     if (len > kTextMax) len = kTextMax;
@@ -56,7 +64,9 @@ int YVariable::palue(char* dst) const {
     return 0;
 }
 
-int YVariable::evaluate(Operand& result) const {
+namespace {
+
+int evaluate(const YVariable& v, Operand& result) {
     compileError = 0;
     if (nesting >= kMaxNesting) {
         compileError = kErrTooLong;
@@ -65,31 +75,33 @@ int YVariable::evaluate(Operand& result) const {
     char* savedCursor = polishCursor;
     int32_t savedTerms = polishTerms;
     ++nesting;
-    polishCursor = text ? text : emptyCode;
-    polishTerms = size_;
-    pevaluate(result);
+    polishCursor = v.text ? v.text : emptyCode;
+    polishTerms = v.size_;
+    pevaluate(v, result);
     --nesting;
     polishCursor = savedCursor;
     polishTerms = savedTerms;
     return compileError;
 }
 
+}  // namespace
+
 // What the assignment statement does with the text of a term it is given:
 // t->set(text, -1), the text taken up to its first NUL. An expression's
 // result is stored without being read as a number again when it already
 // holds what that reading gives; a failed evaluation stores the source text.
-void YVariable::assignTo(YVariable* t) const {
-    const YVariable* v = target();
+void bcvalues::assignTo(const YVariable& term, YVariable* t) {
+    const YVariable* v = target(term);
     if (v->type != YVT_Expression) {
         int len = 0;
-        const char* s = value(len);
-        t->setText(s, textLength(s, len < 0 ? -len : len), nullptr);
+        const char* s = term.value(len);
+        setText(*t, s, textLength(s, len < 0 ? -len : len), nullptr);
         return;
     }
     Operand result;
-    if (v->evaluate(result) != 0) {
+    if (evaluate(*v, result) != 0) {
         const char* s = v->name ? v->name : "";
-        t->setText(s, textLength(s, kTextMax), nullptr);
+        setText(*t, s, textLength(s, kTextMax), nullptr);
         return;
     }
     int len = 0;
@@ -101,18 +113,20 @@ void YVariable::assignTo(YVariable* t) const {
         known.state = YVS_Long;
         known.number.d = result.number.l;
         known.number.l = result.number.l;
-        t->setText(s, n, &known);
+        setText(*t, s, n, &known);
     } else {
-        t->setText(s, n, nullptr);
+        setText(*t, s, n, nullptr);
     }
 }
+
+namespace {
 
 // A term as an operand: what assigning the term to a temporary gives. The
 // common terms (plain variables and number literals) lend their text; the
 // rest are read into a buffer and copied.
-void YVariable::readTerm(Operand& result) const {
-    const YVariable* src = this;
-    const YVariable* v = target();
+void readTerm(const YVariable& term, Operand& result) {
+    const YVariable* src = &term;
+    const YVariable* v = target(term);
     bool quoted = false;
     if (v->type == YVT_Literal && v->name) {
         char first = v->name[0];
@@ -168,7 +182,7 @@ void YVariable::readTerm(Operand& result) const {
 
 // Code that runs out, or names a terminal it does not have, can only come
 // from a damaged table; it fails with error 2.
-void YVariable::pevaluate(Operand& result) const {
+void pevaluate(const YVariable& v, Operand& result) {
     char c = *polishCursor;
     if (c == 'z') {
         ++polishCursor;
@@ -177,17 +191,17 @@ void YVariable::pevaluate(Operand& result) const {
     }
     if (c == 't') {
         ++polishCursor;
-        if (polishTerms <= 0 || polishTerms > size_ || !terms) {
+        if (polishTerms <= 0 || polishTerms > v.size_ || !v.terms) {
             fail(kErrTooLong);
             return;
         }
         --polishTerms;
-        YVariable* term = ValuesAccess::entry(YHeap::theHeap, terms[polishTerms]);
+        YVariable* term = ValuesAccess::entry(YHeap::theHeap, v.terms[polishTerms]);
         if (!term) {
             fail(kErrTooLong);
             return;
         }
-        term->readTerm(result);
+        readTerm(*term, result);
         return;
     }
     if (c == '\0' || polishCursor[1] == '\0') {
@@ -197,17 +211,17 @@ void YVariable::pevaluate(Operand& result) const {
     char op = polishCursor[1];
     polishCursor += 2;
     Operand right;
-    pevaluate(right);
+    pevaluate(v, right);
     if (op == '~' || op == '$') {
         operate(result, op, right, right);
         return;
     }
     Operand left;
-    pevaluate(left);
+    pevaluate(v, left);
     operate(result, op, right, left);
 }
 
-void YVariable::operate(Operand& result, char op, Operand& right, Operand& left) const {
+void operate(Operand& result, char op, Operand& right, Operand& left) {
     if (compileError) return;
     if (left.state == YVS_Object && right.state == YVS_Object) {
         result.setLong(0);
@@ -225,7 +239,7 @@ void YVariable::operate(Operand& result, char op, Operand& right, Operand& left)
     operateText(result, op, right, left);
 }
 
-void YVariable::operateNumbers(Operand& result, char op, double l, double r) const {
+void operateNumbers(Operand& result, char op, double l, double r) {
     switch (op) {
     case '+':
         result.setDouble(l + r);
@@ -277,7 +291,7 @@ void YVariable::operateNumbers(Operand& result, char op, double l, double r) con
 }
 
 // Text operators; a number with a text compares as its stored text.
-void YVariable::operateText(Operand& result, char op, Operand& right, Operand& left) const {
+void operateText(Operand& result, char op, Operand& right, Operand& left) {
     int ll = 0;
     int rl = 0;
     switch (op) {
@@ -337,17 +351,17 @@ void YVariable::operateText(Operand& result, char op, Operand& right, Operand& l
 // $: the operand's text compiled and read. An expression is piled (or found)
 // as an entry and evaluated; a lone term is read. The enclosing evaluation's
 // cursor and terminal count are kept across the inner compile.
-void YVariable::unquote(Operand& result, Operand& operand) const {
+void unquote(Operand& result, Operand& operand) {
     int len = 0;
     const char* source = operand.value(len);
     char* savedCursor = polishCursor;
     int32_t savedTerms = polishTerms;
     YHeap& heap = YHeap::theHeap;
-    heap.polish(source, len);
+    ValuesAccess::polish(heap, source, len);
     if (!compileError) {
         const YVariable* term = nullptr;
         if (*polishCursor == 's')
-            term = heap[heap.pile(source, len, YVT_Expression)];
+            term = heap[ValuesAccess::pile(heap, source, len, YVT_Expression)];
         else if (polishTerms > 0)
             term = heap[polishWords[0]];
         if (term) {
@@ -363,3 +377,5 @@ void YVariable::unquote(Operand& result, Operand& operand) const {
     polishCursor = savedCursor;
     polishTerms = savedTerms;
 }
+
+}  // namespace

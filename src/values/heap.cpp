@@ -30,6 +30,26 @@ bool sameName(const YVariable* v, const char* name, int len) {
 
 std::string_view nameOf(const YVariable* v) { return v && v->name ? std::string_view(v->name) : std::string_view(); }
 
+// A base made after its clones takes the first of them as its first clone
+// and the highest clone number as its count: the plain variables whose name
+// is this name, a dot, and no further dot.
+void relinkClones(const YHeap& heap, YVariable* base, const char* name, int len) {
+    if (len <= 0 || std::memchr(name, '\0', static_cast<size_t>(len))) return;
+    const std::vector<int32_t>* clones =
+        ValuesAccess::lookup(heap)->clonesOf(std::string_view(name, static_cast<size_t>(len)));
+    if (!clones) return;
+    for (int32_t i : *clones) {
+        const YVariable* e = heap[i];
+        if (!e || e->type != YVT_Plain || !e->name) continue;
+        if (std::strncmp(e->name, name, static_cast<size_t>(len)) != 0 || e->name[len] != '.' ||
+            std::strchr(e->name + len + 1, '.'))
+            continue;
+        if (base->firstClone == 0) base->firstClone = i;
+        int32_t n = atoi32(e->name + len + 1);
+        if (n > base->cloneCount) base->cloneCount = n;
+    }
+}
+
 }  // namespace
 
 YHeap::~YHeap() { kill(); }
@@ -136,29 +156,10 @@ int YHeap::pile(const char* name, int len, const char* value) {
     if (!fixName(name, len, i)) return i;
     if (count > kLastIndex) return -1;
     YVariable* v = new YVariable(name, len, value);
-    relinkClones(v, name, len);
+    relinkClones(*this, v, name, len);
     int k = append(v);
     if (k < 0) delete v;
     return k;
-}
-
-// A base made after its clones takes the first of them as its first clone
-// and the highest clone number as its count: the plain variables whose name
-// is this name, a dot, and no further dot.
-void YHeap::relinkClones(YVariable* base, const char* name, int len) const {
-    if (len <= 0 || std::memchr(name, '\0', static_cast<size_t>(len))) return;
-    const std::vector<int32_t>* clones = lookup->clonesOf(std::string_view(name, static_cast<size_t>(len)));
-    if (!clones) return;
-    for (int32_t i : *clones) {
-        const YVariable* e = i < count ? entries[i] : nullptr;
-        if (!e || e->type != YVT_Plain || !e->name) continue;
-        if (std::strncmp(e->name, name, static_cast<size_t>(len)) != 0 || e->name[len] != '.' ||
-            std::strchr(e->name + len + 1, '.'))
-            continue;
-        if (base->firstClone == 0) base->firstClone = i;
-        int32_t n = atoi32(e->name + len + 1);
-        if (n > base->cloneCount) base->cloneCount = n;
-    }
 }
 
 int YHeap::pile(const char* name, int len, YVT t) {

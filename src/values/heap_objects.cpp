@@ -81,7 +81,7 @@ void ValuesAccess::objectGone(PXScriptableObject* o) {
     // killed, when slots already emptied hold null.
     for (int i = 0; heap.entries && i < heap.count; ++i) {
         YVariable* e = heap.entries[i];
-        if (holds(e, o)) e->release();
+        if (holds(e, o)) release(*e);
     }
 }
 

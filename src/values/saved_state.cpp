@@ -58,59 +58,40 @@ struct Record {
     std::vector<uint16_t> terms;
 };
 
-// Byte sources for the one record parser: a file, a block with an end, and
-// a block of unknown end read no further than the largest record.
-struct FileSource {
-    std::FILE* f;
-    int swap;
-    bool bytes(void* dst, size_t n) { return n == 0 || std::fread(dst, 1, n, f) == n; }
-};
-
-struct BudgetSource {
-    const unsigned char* p;
-    size_t budget;
-    int swap;
+// The file form of the byte reader, for the one record parser: the same
+// reads, from a FILE, decoded the same way.
+class FileBytes {
+public:
+    FileBytes(std::FILE* f, bcframe::ByteOrder order) : f_(f), order_(order) {}
+    bool ok() const { return ok_; }
     bool bytes(void* dst, size_t n) {
-        if (n > budget) return false;
-        std::memcpy(dst, p, n);
-        p += n;
-        budget -= n;
-        return true;
+        if (ok_ && n && std::fread(dst, 1, n, f_) != n) ok_ = false;
+        return ok_;
     }
+    int16_t i16() {
+        unsigned char b[2];
+        return bytes(b, 2) ? static_cast<int16_t>(bcframe::loadU16(b, order_)) : 0;
+    }
+    uint16_t u16() { return static_cast<uint16_t>(i16()); }
+    int32_t i32() {
+        unsigned char b[4];
+        return bytes(b, 4) ? static_cast<int32_t>(bcframe::loadU32(b, order_)) : 0;
+    }
+
+private:
+    std::FILE* f_;
+    bcframe::ByteOrder order_;
+    bool ok_ = true;
 };
 
-template <class In>
-bool getI16(In& in, int16_t& v) {
-    unsigned char b[2];
-    if (!in.bytes(b, 2)) return false;
-    v = static_cast<int16_t>(in.swap ? (b[0] << 8 | b[1]) : (b[1] << 8 | b[0]));
-    return true;
-}
-
-template <class In>
-bool getU16(In& in, uint16_t& v) {
-    int16_t s = 0;
-    if (!getI16(in, s)) return false;
-    v = static_cast<uint16_t>(s);
-    return true;
-}
-
-template <class In>
-bool getI32(In& in, int32_t& v) {
-    unsigned char b[4];
-    if (!in.bytes(b, 4)) return false;
-    uint32_t u = in.swap ? (uint32_t{b[0]} << 24 | uint32_t{b[1]} << 16 | uint32_t{b[2]} << 8 | b[3])
-                         : (uint32_t{b[3]} << 24 | uint32_t{b[2]} << 16 | uint32_t{b[1]} << 8 | b[0]);
-    v = static_cast<int32_t>(u);
-    return true;
-}
+bcframe::ByteOrder orderOf(int swap) { return swap ? bcframe::ByteOrder::kBig : bcframe::ByteOrder::kLittle; }
 
 // A length-prefixed text: -1 for none, otherwise at most 1023 bytes, the
 // most a name or text can hold.
 template <class In>
 bool getText(In& in, bool& present, std::string& out) {
-    int32_t n = 0;
-    if (!getI32(in, n)) return false;
+    int32_t n = in.i32();
+    if (!in.ok()) return false;
     present = n != -1;
     if (!present) return true;
     if (n < 0 || n > kTextMax) return false;
@@ -120,19 +101,22 @@ bool getText(In& in, bool& present, std::string& out) {
 
 template <class In>
 bool parseRecord(In& in, Record& r) {
-    if (!getI32(in, r.type) || !getI32(in, r.state)) return false;
+    r.type = in.i32();
+    r.state = in.i32();
+    if (!in.ok()) return false;
     // An unclassified entry exists only while its constructor runs.
     if (r.type < YVT_Plain || r.type > YVT_Expression) return false;
     if (r.state < YVS_None || r.state > YVS_Double) return false;
 
     switch (r.state) {
     case YVS_Long:
-        if (!getI32(in, r.number.l)) return false;
+        r.number.l = in.i32();
+        if (!in.ok()) return false;
         break;
     case YVS_Double: {
         // The length is bounded by the buffer the text is read to.
-        int16_t len = 0;
-        if (!getI16(in, len) || len < 0 || len > kRecordNumberMax) return false;
+        int16_t len = in.i16();
+        if (!in.ok() || len < 0 || len > kRecordNumberMax) return false;
         char digits[kRecordNumberMax + 1];
         if (!in.bytes(digits, static_cast<size_t>(len))) return false;
         digits[len] = '\0';
@@ -148,23 +132,25 @@ bool parseRecord(In& in, Record& r) {
         break;
     }
 
-    if (!getI32(in, r.cloneCount) || !getI32(in, r.firstClone) || !getI32(in, r.size) ||
-        !getI32(in, r.alias))
-        return false;
+    r.cloneCount = in.i32();
+    r.firstClone = in.i32();
+    r.size = in.i32();
+    r.alias = in.i32();
+    if (!in.ok()) return false;
     // Owner, reference or forwarding: any other alias is no record we wrote.
     if (r.alias < -1 || r.alias > 1) return false;
     if (!getText(in, r.hasName, r.name) || !getText(in, r.hasText, r.text)) return false;
 
-    int32_t count = 0;
-    if (!getI32(in, count)) return false;
+    int32_t count = in.i32();
+    if (!in.ok()) return false;
     r.hasTerms = count != -1;
     if (r.hasTerms) {
         // The part count the type implies: the readers index parts by it.
         int32_t expected = r.type == YVT_Slice ? 3 : r.size;
         if (count != expected || count < 0 || count > kRecordTermsMax) return false;
         r.terms.resize(static_cast<size_t>(count));
-        for (uint16_t& t : r.terms)
-            if (!getU16(in, t)) return false;
+        for (uint16_t& t : r.terms) t = in.u16();
+        if (!in.ok()) return false;
     }
 
     // A computed name reads one part per subscript, `size` of them: without
@@ -267,7 +253,7 @@ void YVariable::write(std::FILE* f) const {
 
 int YVariable::read(std::FILE* f, int swap) {
     if (!f) return 0;
-    FileSource in{f, swap};
+    FileBytes in(f, orderOf(swap));
     Record r;
     if (!parseRecord(in, r)) return 0;
     // The record replaces the value: an object this variable owned goes.
@@ -276,31 +262,26 @@ int YVariable::read(std::FILE* f, int swap) {
     return 1;
 }
 
-namespace {
-
-// One record from memory, reading at most `budget` bytes; p moves behind it.
-bool parseFrom(const unsigned char*& p, size_t budget, int swap, Record& r) {
-    BudgetSource in{p, budget, swap};
-    if (!parseRecord(in, r)) return false;
-    p = in.p;
-    return true;
-}
-
-}  // namespace
-
+// This form knows no end: it reads no further than the largest record
+// reaches from p.
 int YVariable::read(const unsigned char*& p, int swap) {
+    if (!p) return 0;
+    bcframe::ByteReader in(p, kLargestRecord, orderOf(swap));
     Record r;
-    if (!p || !parseFrom(p, kLargestRecord, swap, r)) return 0;
+    if (!parseRecord(in, r)) return 0;
     killBauble(1);
     takeRecord(*this, r);
+    p = in.cursor();
     return 1;
 }
 
-int YVariable::read(const unsigned char*& p, const unsigned char* end, int swap) {
+int bcvalues::readRecord(YVariable& v, bcframe::ByteReader& in) {
     Record r;
-    if (!p || !end || end < p || !parseFrom(p, static_cast<size_t>(end - p), swap, r)) return 0;
-    killBauble(1);
-    takeRecord(*this, r);
+    bcframe::ByteReader attempt = in;
+    if (!parseRecord(attempt, r)) return 0;
+    in = attempt;
+    ValuesAccess::killBauble(v, 1);
+    takeRecord(v, r);
     return 1;
 }
 

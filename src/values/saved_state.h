@@ -1,7 +1,7 @@
 // The byte level of saved script state, shared by the heap record (values)
 // and the compiled-script file around it (threads): explicit little-endian
-// writing whatever the host's order, and a reader that never passes the end
-// of its block.
+// writing whatever the host's order, and reading records through the
+// library's one byte reader.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,7 @@
 #include <string>
 
 #include "baublecore/variable.h"
+#include "frame/byte_reader.h"
 
 namespace bcvalues {
 
@@ -22,53 +23,11 @@ inline void putU32(std::string& out, uint32_t v) {
     for (int shift = 0; shift < 32; shift += 8) out.push_back(static_cast<char>((v >> shift) & 0xFF));
 }
 
-// Reads fields from [p, end). Numbers are little-endian, or big-endian when
-// `swap` is set. A read that does not fit fails and reads nothing, and
-// every later read fails too, so a caller may check once after a run of
-// fields.
-struct SavedReader {
-    const unsigned char* p;
-    const unsigned char* end;
-    int swap;
-    bool ok = true;
-
-    size_t left() const { return ok ? static_cast<size_t>(end - p) : 0; }
-
-    bool bytes(void* dst, size_t n) {
-        if (!ok || n > static_cast<size_t>(end - p)) return ok = false;
-        for (size_t i = 0; i < n; ++i) static_cast<unsigned char*>(dst)[i] = p[i];
-        p += n;
-        return true;
-    }
-    bool u8(uint8_t& v) { return bytes(&v, 1); }
-    bool u16(uint16_t& v) {
-        unsigned char b[2];
-        if (!bytes(b, 2)) return false;
-        v = swap ? static_cast<uint16_t>(b[0] << 8 | b[1]) : static_cast<uint16_t>(b[1] << 8 | b[0]);
-        return true;
-    }
-    bool i16(int16_t& v) {
-        uint16_t u = 0;
-        if (!u16(u)) return false;
-        v = static_cast<int16_t>(u);
-        return true;
-    }
-    bool u32(uint32_t& v) {
-        unsigned char b[4];
-        if (!bytes(b, 4)) return false;
-        if (swap)
-            v = uint32_t{b[0]} << 24 | uint32_t{b[1]} << 16 | uint32_t{b[2]} << 8 | b[3];
-        else
-            v = uint32_t{b[3]} << 24 | uint32_t{b[2]} << 16 | uint32_t{b[1]} << 8 | b[0];
-        return true;
-    }
-    bool i32(int32_t& v) {
-        uint32_t u = 0;
-        if (!u32(u)) return false;
-        v = static_cast<int32_t>(u);
-        return true;
-    }
-};
+// Reads one record from `in`, in the reader's byte order, over v: 1 when a
+// whole, sound record was read, the reader then standing behind it; 0 when
+// it was cut short or holds what no record can, and v and the reader are
+// then left as they were.
+int readRecord(YVariable& v, bcframe::ByteReader& in);
 
 // The smallest record: type, state, four numbers and three lengths of -1.
 inline constexpr size_t kSmallestRecord = 36;

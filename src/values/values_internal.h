@@ -1,17 +1,21 @@
 // What the values subsystem shares with the rest of the library (the
-// compiler, the start-up order) and with its tests: the expression compiler's
-// scratch, the error code, the fixed sizes, and a door to the heap's private
-// operations for code that is not YThread.
+// compiler, the interpreter, the start-up order) and with its tests: the
+// expression compiler's scratch, the error code, the fixed sizes, the
+// helpers of YVariable that are not its own operations, and the one door to
+// the private operations of the heap and of values.
 #pragma once
 
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
-#include "baublecore/api.h"
 #include "baublecore/heap.h"
 #include "baublecore/variable.h"
 
 namespace bcvalues {
+
+struct HeapLookup;
+struct KnownNumber;
 
 // The longest text a value hands out; buffers for values hold one more byte.
 inline constexpr int kTextMax = 1023;
@@ -77,8 +81,28 @@ void stopScriptHeap();
 void startScriptScratch();
 void stopScriptScratch();
 
-// The private operations of the heap and of values, for the parts of the
-// library that are not YThread, and for tests.
+// The entry a variable forwards to, after following every hop, or the
+// variable itself. Every read and write of a value goes to its target.
+const YVariable* forwarded(const YVariable& v);
+// Most variables forward nowhere: they are their own target at once.
+inline const YVariable* target(const YVariable& v) {
+    return v.alias == -1 && v.firstClone != 0 ? forwarded(v) : &v;
+}
+inline YVariable* target(YVariable& v) { return const_cast<YVariable*>(target(std::as_const(v))); }
+
+// v.set(s, len), where the caller already knows what reading s as a number
+// gives (null: it is read here).
+void setText(YVariable& v, const char* s, int len, const KnownNumber* known);
+// Evaluates the expression entry (or reads any other term) and assigns the
+// text to t exactly as t->set(text, -1) would.
+void assignTo(const YVariable& term, YVariable* t);
+// Lets go of the object without deleting it and without following
+// forwarding: what a holder does when its object is destroyed elsewhere.
+void release(YVariable& v);
+
+// The private operations of the heap and of values, for the free functions
+// of the values files, for the parts of the library that are not YThread,
+// and for tests. YHeap and YVariable name this door their friend.
 struct ValuesAccess {
     // heap[i], inline for the evaluator's and the interpreter's hot paths.
     static YVariable* entry(const YHeap& heap, int i) {
@@ -103,6 +127,9 @@ struct ValuesAccess {
     // it; called at the start of each ~PXScriptableObject.
     static void objectGone(PXScriptableObject* o);
     static void inflict(YVariable* v, YThread* t) { v->inflict(t); }
+    static void killBauble(YVariable& v, int del) { v.killBauble(del); }
+    static void plug(YVariable& v, const char* s) { v.plug(s); }
+    static HeapLookup* lookup(const YHeap& heap) { return heap.lookup; }
     // Temporaries, as the evaluator makes them.
     static YVariable* makeTemporary() { return new YVariable(); }
     static void destroy(YVariable* v) { delete v; }

@@ -17,7 +17,6 @@
 
 #include "baublecore/heap.h"
 #include "baublecore/scriptable_object.h"
-#include "baublecore/thread.h"
 #include "values/number_text.h"
 #include "values/operand.h"
 #include "values/values_internal.h"
@@ -55,6 +54,47 @@ int pileTerm(const char* s, int len) {
     // A part that could not be made (full table) is an absent term; the whole
     // is then refused by the heap as well, since it cannot be appended either.
     return (i >= 0 && i <= kLastIndex) ? i : kNoTerm;
+}
+
+void classifySlice(YVariable& v, const char* bar) {
+    v.type = YVT_Slice;
+    v.terms = new uint16_t[3]{kNoTerm, kNoTerm, kNoTerm};
+    v.terms[0] = static_cast<uint16_t>(pileTerm(v.name, static_cast<int>(bar - v.name)));
+    const char* second = std::strchr(bar + 1, '|');
+    if (second) {
+        v.size_ = 2;
+        if (second != bar + 1)
+            v.terms[1] = static_cast<uint16_t>(pileTerm(bar + 1, static_cast<int>(second - bar - 1)));
+        const char* last = std::strrchr(v.name, '|');
+        v.terms[2] = static_cast<uint16_t>(pileTerm(last + 1, static_cast<int>(std::strlen(last + 1))));
+    } else {
+        v.size_ = 1;
+        v.terms[1] = static_cast<uint16_t>(pileTerm(bar + 1, static_cast<int>(std::strlen(bar + 1))));
+    }
+}
+
+// Each subscript becomes a term of its own, numeric ones too, piled from the
+// last to the first; terms[i] is the i-th subscript.
+void classifyCompound(YVariable& v, int subscripts) {
+    v.type = YVT_Compound;
+    v.size_ = subscripts;
+    v.terms = new uint16_t[static_cast<size_t>(subscripts)];
+    const char* starts[kMaxSubscripts];
+    int lengths[kMaxSubscripts];
+    int k = 0;
+    for (const char* dot = std::strchr(v.name, '.'); dot && k < subscripts; ++k) {
+        const char* next = std::strchr(dot + 1, '.');
+        starts[k] = dot + 1;
+        lengths[k] = static_cast<int>((next ? next : dot + 1 + std::strlen(dot + 1)) - (dot + 1));
+        dot = next;
+    }
+    for (int i = subscripts - 1; i >= 0; --i)
+        v.terms[i] = static_cast<uint16_t>(pileTerm(starts[i], lengths[i]));
+}
+
+// A forwarding variable whose target is there counts as holding a value.
+bool hasTarget(const YVariable& v) {
+    return v.alias == -1 && v.firstClone != 0 && YHeap::theHeap[v.firstClone] != nullptr;
 }
 
 }  // namespace
@@ -137,7 +177,7 @@ void YVariable::nameIt(const char* n, int len) {
 // makes a slice, then numbers, then quoted strings and ?, then names.
 void YVariable::classify(int len) {
     if (const char* bar = std::strchr(name, '|')) {
-        classifySlice(bar);
+        classifySlice(*this, bar);
         return;
     }
     char first = name[0];
@@ -170,43 +210,7 @@ void YVariable::classify(int len) {
         size_ = -1;
         return;
     }
-    classifyCompound(subscripts);
-}
-
-void YVariable::classifySlice(const char* bar) {
-    type = YVT_Slice;
-    terms = new uint16_t[3]{kNoTerm, kNoTerm, kNoTerm};
-    terms[0] = static_cast<uint16_t>(pileTerm(name, static_cast<int>(bar - name)));
-    const char* second = std::strchr(bar + 1, '|');
-    if (second) {
-        size_ = 2;
-        if (second != bar + 1)
-            terms[1] = static_cast<uint16_t>(pileTerm(bar + 1, static_cast<int>(second - bar - 1)));
-        const char* last = std::strrchr(name, '|');
-        terms[2] = static_cast<uint16_t>(pileTerm(last + 1, static_cast<int>(std::strlen(last + 1))));
-    } else {
-        size_ = 1;
-        terms[1] = static_cast<uint16_t>(pileTerm(bar + 1, static_cast<int>(std::strlen(bar + 1))));
-    }
-}
-
-// Each subscript becomes a term of its own, numeric ones too, piled from the
-// last to the first; terms[i] is the i-th subscript.
-void YVariable::classifyCompound(int subscripts) {
-    type = YVT_Compound;
-    size_ = subscripts;
-    terms = new uint16_t[static_cast<size_t>(subscripts)];
-    const char* starts[kMaxSubscripts];
-    int lengths[kMaxSubscripts];
-    int k = 0;
-    for (const char* dot = std::strchr(name, '.'); dot && k < subscripts; ++k) {
-        const char* next = std::strchr(dot + 1, '.');
-        starts[k] = dot + 1;
-        lengths[k] = static_cast<int>((next ? next : dot + 1 + std::strlen(dot + 1)) - (dot + 1));
-        dot = next;
-    }
-    for (int i = subscripts - 1; i >= 0; --i)
-        terms[i] = static_cast<uint16_t>(pileTerm(starts[i], lengths[i]));
+    classifyCompound(*this, subscripts);
 }
 
 // A whole double with a short text becomes a long. A value with no recorded
@@ -262,25 +266,19 @@ void YVariable::killBauble(int del) {
     if (destroy) delete o;
 }
 
-void YVariable::release() {
-    killBauble(0);
-    state = YVS_None;
-    if (type == YVT_Plain) {
-        size_ = -1;
-        plug(nullptr);
+namespace bcvalues {
+
+void release(YVariable& v) {
+    ValuesAccess::killBauble(v, 0);
+    v.state = YVS_None;
+    if (v.type == YVT_Plain) {
+        v.size_ = -1;
+        ValuesAccess::plug(v, nullptr);
     }
 }
 
-// Nothing in the library calls this; it is kept for what it offers a host
-// through YThread.
-void YVariable::inflict(YThread* t) {
-    if (!t || !name) return;
-    YVariable* v = YHeap::theHeap[t->attach(name)];
-    if (text && v && v->type == YVT_Plain && v->state == YVS_None) v->set(text, size_);
-}
-
-const YVariable* YVariable::forwarded() const {
-    const YVariable* v = this;
+const YVariable* forwarded(const YVariable& from) {
+    const YVariable* v = &from;
     for (int hops = 0; v->alias == -1 && v->firstClone != 0 && hops < kMaxForwardingHops; ++hops) {
         const YVariable* next = YHeap::theHeap[v->firstClone];
         if (!next || next == v) break;
@@ -289,55 +287,54 @@ const YVariable* YVariable::forwarded() const {
     return v;
 }
 
-int YVariable::hasTarget() const {
-    return alias == -1 && firstClone != 0 && YHeap::theHeap[firstClone] != nullptr;
-}
+}  // namespace bcvalues
 
 YVariable::operator int() const {
-    if (hasTarget()) return 1;
+    if (hasTarget(*this)) return 1;
     return state != YVS_None;
 }
 
-int YVariable::size() const { return target()->size_; }
+int YVariable::size() const { return target(*this)->size_; }
 
-void YVariable::set(const char* s, int len) { setText(s, len, nullptr); }
+void YVariable::set(const char* s, int len) { setText(*this, s, len, nullptr); }
 
-void YVariable::setText(const char* s, int len, const KnownNumber* known) {
-    if (type != YVT_Plain) return;
-    if (YVariable* t = target(); t != this) {
-        t->setText(s, len, known);
-        if (len <= -2) firstClone = 0;
+void bcvalues::setText(YVariable& v, const char* s, int len, const KnownNumber* known) {
+    if (v.type != YVT_Plain) return;
+    if (YVariable* t = target(v); t != &v) {
+        setText(*t, s, len, known);
+        if (len <= -2) v.firstClone = 0;
         return;
     }
-    killBauble(len != -3);
+    ValuesAccess::killBauble(v, len != -3);
     if (s) {
         // With a text, any negative length means NUL-terminated; a text longer
         // than a value may hand out is cut to 1023 bytes.
         if (len < 0) len = static_cast<int>(std::strlen(s));
         if (len > kTextMax) len = kTextMax;
-        size_ = len;
-        plug(s);
-        KnownNumber k = known ? *known : readNumber(text, size_);
-        state = k.state;
-        if (state != YVS_String) number = k.number;
+        v.size_ = len;
+        ValuesAccess::plug(v, s);
+        KnownNumber k = known ? *known : readNumber(v.text, v.size_);
+        v.state = k.state;
+        if (v.state != YVS_String) v.number = k.number;
         return;
     }
-    if (len <= -2) state = YVS_None;
+    if (len <= -2) v.state = YVS_None;
     char buffer[kNumberTextSize];
-    switch (state) {
+    switch (v.state) {
     case YVS_Long:
-        size_ = formatLong(buffer, number.l);
-        plug(buffer);
+        v.size_ = formatLong(buffer, v.number.l);
+        ValuesAccess::plug(v, buffer);
         break;
     case YVS_Double:
-        size_ = formatDouble(buffer, number.d);
-        plug(buffer);
+        v.size_ = formatDouble(buffer, v.number.d);
+        ValuesAccess::plug(v, buffer);
         break;
     case YVS_None:
-        size_ = -1;
-        plug(nullptr);
+        v.size_ = -1;
+        ValuesAccess::plug(v, nullptr);
         break;
-    default:
+    case YVS_Object:
+    case YVS_String:
         break;
     }
 }
@@ -348,7 +345,7 @@ void YVariable::set(int32_t v) {
     state = YVS_Long;
     // reduce leaves a long as it is. A plain variable that forwards nowhere
     // takes the text of the long here, as set(nullptr, -1) would give it.
-    if (type == YVT_Plain && target() == this) {
+    if (type == YVT_Plain && target(*this) == this) {
         char buffer[kNumberTextSize];
         size_ = formatLong(buffer, v);
         plug(buffer);
@@ -366,7 +363,7 @@ void YVariable::set(double v) {
 }
 
 void YVariable::set(PXScriptableObject* o) {
-    if (YVariable* t = target(); t != this) {
+    if (YVariable* t = target(*this); t != this) {
         t->set(o);
         return;
     }

@@ -53,54 +53,52 @@ int32_t longOf(const YVariable* v) {
     return n;
 }
 
-}  // namespace
-
-int YVariable::readPlain(char* dst) const {
-    if (state == YVS_None) return copyOut(dst, name, lengthOf(name)), 0;
-    copyOut(dst, text, text ? (size_ >= 0 ? size_ : lengthOf(text)) : 0);
+int readPlain(const YVariable& v, char* dst) {
+    if (v.state == YVS_None) return copyOut(dst, v.name, lengthOf(v.name)), 0;
+    copyOut(dst, v.text, v.text ? (v.size_ >= 0 ? v.size_ : lengthOf(v.text)) : 0);
     return 0;
 }
 
-int YVariable::readLiteral(char* dst) const {
-    if (name && name[0] == '?') {
+int readLiteral(const YVariable& v, char* dst) {
+    if (v.name && v.name[0] == '?') {
         // A new digit at every read; whatever follows the ? is ignored.
         int n = std::snprintf(dst, kValueBufferSize, "%d", std::rand() % 10);
         return -n;
     }
-    if (name && (name[0] == '"' || name[0] == '\'')) {
+    if (v.name && (v.name[0] == '"' || v.name[0] == '\'')) {
         // Without the first byte, and the last cut whatever it is. A lone
         // quote has nothing between: the empty text.
-        copyOut(dst, name + 1, size_ >= 2 ? size_ - 2 : 0);
+        copyOut(dst, v.name + 1, v.size_ >= 2 ? v.size_ - 2 : 0);
         return 0;
     }
-    copyOut(dst, name, lengthOf(name));
+    copyOut(dst, v.name, lengthOf(v.name));
     return 0;
 }
 
-int YVariable::readSlice(char* dst) const {
+int readSlice(const YVariable& v, char* dst) {
     // The base text is copied to dst at once: reading the start and length
     // may reuse the value buffers.
     int baseLen = 0;
-    const YVariable* base = termAt(terms, 0);
+    const YVariable* base = termAt(v.terms, 0);
     const char* t = base ? base->value(baseLen) : "";
     int L = copyOut(dst, t, baseLen);
 
-    if (size_ == 1) {
-        int32_t s = longOf(termAt(terms, 1));
+    if (v.size_ == 1) {
+        int32_t s = longOf(termAt(v.terms, 1));
         if (s > L) return copyOut(dst, "", 0), 0;
         int start = s < 2 ? 0 : s - 1;
         std::memmove(dst, dst + start, static_cast<size_t>(L - start) + 1);
         return 0;
     }
-    int32_t n = longOf(termAt(terms, 2));
+    int32_t n = longOf(termAt(v.terms, 2));
     if (n < 0) n = 0;
     if (n > L) n = L;
-    if (terms && terms[1] == kNoTerm) {
+    if (v.terms && v.terms[1] == kNoTerm) {
         std::memmove(dst, dst + L - n, static_cast<size_t>(n));
         dst[n] = '\0';
         return 0;
     }
-    int32_t s = longOf(termAt(terms, 1));
+    int32_t s = longOf(termAt(v.terms, 1));
     if (s > L) return copyOut(dst, "", 0), 0;
     int start = s < 2 ? 0 : s - 1;
     if (n > L - start) n = L - start;
@@ -109,13 +107,15 @@ int YVariable::readSlice(char* dst) const {
     return 0;
 }
 
+}  // namespace
+
 int YVariable::value(char* dst) const {
-    const YVariable* v = target();
+    const YVariable* v = target(*this);
     switch (v->type) {
     case YVT_Plain:
-        return v->readPlain(dst);
+        return readPlain(*v, dst);
     case YVT_Literal:
-        return v->readLiteral(dst);
+        return readLiteral(*v, dst);
     case YVT_Compound: {
         int a = v->getAssociate();
         const YVariable* associate = a >= 0 ? YHeap::theHeap[a] : nullptr;
@@ -129,7 +129,7 @@ int YVariable::value(char* dst) const {
         return a;
     }
     case YVT_Slice:
-        return v->readSlice(dst);
+        return readSlice(*v, dst);
     case YVT_Expression:
         // A failed evaluation reads as the expression's own source text.
         if (v->palue(dst) != 0) copyOut(dst, v->name, lengthOf(v->name));
@@ -141,7 +141,7 @@ int YVariable::value(char* dst) const {
 }
 
 const char* YVariable::value(int& len) const {
-    const YVariable* v = target();
+    const YVariable* v = target(*this);
     char* buffer = nextValueBuffer();
     if (v->type == YVT_Plain) {
         // Stored text as it is: no copy, no formatting.
@@ -167,7 +167,7 @@ const char* YVariable::value(int& len) const {
 }
 
 const char* YVariable::value(int32_t* out) const {
-    const YVariable* v = target();
+    const YVariable* v = target(*this);
     if (v->type == YVT_Plain || v->type == YVT_Literal) {
         switch (v->state) {
         case YVS_Long:
@@ -191,7 +191,7 @@ const char* YVariable::value(int32_t* out) const {
 }
 
 const char* YVariable::value(double* out) const {
-    const YVariable* v = target();
+    const YVariable* v = target(*this);
     if (v->type == YVT_Plain || v->type == YVT_Literal) {
         switch (v->state) {
         case YVS_Long:
@@ -214,7 +214,7 @@ const char* YVariable::value(double* out) const {
 }
 
 const char* YVariable::value(PXScriptableObject*& out) const {
-    const YVariable* v = target();
+    const YVariable* v = target(*this);
     out = nullptr;
     if (v->type == YVT_Plain) {
         if (v->state == YVS_Object) out = v->number.object;

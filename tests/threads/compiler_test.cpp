@@ -14,7 +14,7 @@ struct Entry {
 };
 
 std::ostream& operator<<(std::ostream& os, const Entry& e) {
-    return os << "(" << (YCommandName(e.command) ? YCommandName(e.command) : "?") << ", "
+    return os << "(" << (baublecore::commandName(e.command) ? baublecore::commandName(e.command) : "?") << ", "
               << e.operand << ")";
 }
 

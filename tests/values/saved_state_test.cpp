@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "record_bytes.h"
+#include "values/saved_state.h"
 #include "values_fixture.h"
 
 namespace valuestest {
@@ -42,13 +43,13 @@ protected:
     // taken.
     YVariable* fromMemory(const std::string& bytes, int swap = 0, size_t* used = nullptr) {
         YVariable* v = fresh();
-        const auto* start = reinterpret_cast<const unsigned char*>(bytes.data());
-        const unsigned char* p = start;
-        if (!v->read(p, start + bytes.size(), swap)) {
-            EXPECT_EQ(p, start) << "a refused read moved the cursor";
+        bcframe::ByteReader in(bytes.data(), bytes.size(),
+                               swap ? bcframe::ByteOrder::kBig : bcframe::ByteOrder::kLittle);
+        if (!bcvalues::readRecord(*v, in)) {
+            EXPECT_EQ(in.position(), 0u) << "a refused read moved the cursor";
             return nullptr;
         }
-        if (used) *used = static_cast<size_t>(p - start);
+        if (used) *used = in.position();
         return v;
     }
 
