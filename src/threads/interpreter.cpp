@@ -14,6 +14,7 @@
 #include "baublecore/scriptable_object.h"
 #include "baublecore/thread.h"
 #include "baublecore/trace.h"
+#include "frame/stress.h"
 #include "pxbase/app.h"
 #include "pxbase/link.h"
 #include "pxbase/sys.h"
@@ -89,7 +90,37 @@ int32_t truncate32(double d) {
 
 void copyText(char* dst, const char* src) { std::snprintf(dst, kBuffer, "%s", src ? src : ""); }
 
+bool listed(const YThread& t) {
+    for (PXListNode<YThread>* n = YThread::threadList.head; n; n = n->next)
+        if (n->value == &t) return true;
+    return false;
+}
+
+// Behind a call out through which an event may come back into the thread (a
+// creator's born link, a custom keyword, a get handler, the thread's own
+// links). The stress build re-enters the thread there as an event does, with
+// the key of a binding that is gone: such an event is lost, and the thread
+// must come out of it as it went in.
+void afterCallOut(YThread& t) {
+    if (!bcframe::stress() || !listed(t)) return;
+    const int yield = t.yield, pc = t.pc, inInterrupt = t.inInterrupt, stackDepth = t.stackDepth;
+    t.handleEvent(reinterpret_cast<const void*>(uintptr_t{UINT32_MAX}));
+    BC_ASSERT(t.yield == yield && t.pc == pc && t.inInterrupt == inInterrupt && t.stackDepth == stackDepth);
+    checkInterruptState(t);
+}
+
 }  // namespace
+
+void bcthreads::checkInterruptState(const YThread& t) {
+    BC_ASSERT(t.inInterrupt == 0 || t.inInterrupt == 1);
+    BC_ASSERT(t.interruptDepth >= 0);
+    BC_ASSERT(t.stackDepth >= 0 && t.stackDepth <= YThread::kStackWords);
+    BC_ASSERT(t.forTop >= -1 && t.forTop < YThread::kForRecords);
+    BC_ASSERT(t.sleeping == 0 || t.sleeping == 1);
+    BC_ASSERT(!t.inInterrupt || (t.savedStackDepth >= 0 && t.savedStackDepth <= YThread::kStackWords));
+    BC_ASSERT(!t.inInterrupt || (t.savedForTop >= -1 && t.savedForTop < YThread::kForRecords));
+    BC_ASSERT(!t.inInterrupt || t.savedSleeping == 0 || t.savedSleeping == 1);
+}
 
 void baublecore::setTraceHook(TraceHook hook, void* context) {
     traceHook = hook;
@@ -107,6 +138,7 @@ void YThread::startInterrupt(int entry) {
     inInterrupt = 1;
     sleeping = 0;
     pc = entry;
+    checkInterruptState(*this);
 }
 
 void YThread::leaveInterrupt() {
@@ -117,6 +149,7 @@ void YThread::leaveInterrupt() {
     pc = savedPc;
     sleeping = savedSleeping;
     inInterrupt = 0;
+    checkInterruptState(*this);
 }
 
 namespace {
@@ -150,6 +183,7 @@ void fireDoneMain(YThread& t, int command, bool atEnd) {
     t.doneMainArmed = 0;
     if (atEnd) YThread::lastDoneCommand = command;
     t.doneMainLink->call();
+    afterCallOut(t);
 }
 
 // The end of the code, or a command that has no business in the table: the
@@ -275,6 +309,7 @@ void assign(YThread& thread, const Operands& w) {
         int16_t targetWord = static_cast<int16_t>(w[0]);
         const int16_t* codeBefore = thread.code;
         PXScriptableObject* made = PXScriptableObject::create(x, PXScriptableObject::kPXEndOfParameters);
+        afterCallOut(thread);
         // The creator may have run script code, even replaced the script:
         // find the target again, and keep the object only for this script.
         t = thread.code == codeBefore ? target(targetWord) : nullptr;
@@ -339,7 +374,7 @@ void drop(YThread& t, int a) {
     } while (i < t.codeWordCount && t.code[i] != -1);
 }
 
-void custom(const Operands& w) {
+void custom(YThread& t, const Operands& w) {
     if (w[0] < 0) return;
     const PXLink* link = nullptr;
     if (!findCustomKeyword(string(w[0]), &link)) return;
@@ -353,6 +388,7 @@ void custom(const Operands& w) {
     if (link) {
         PXScriptableObject::prepareParameters();
         link->call();
+        afterCallOut(t);
     }
 }
 
@@ -430,7 +466,7 @@ void setProperty(YThread& thread, const Operands& w) {
     }
 }
 
-void getProperty(const Operands& w) {
+void getProperty(YThread& thread, const Operands& w) {
     YVariable* t = target(w[0]);
     if (!t || w[1] < 0) return;
     char p[kBuffer];
@@ -444,6 +480,7 @@ void getProperty(const Operands& w) {
         PXScriptableObject* o = object(t);
         if (!o) return;
         s = o->sobGet(p);
+        afterCallOut(thread);
     }
     if (!s) return;
     char result[kBuffer];
@@ -490,6 +527,7 @@ void play(YThread& t, const Operands& w) {
 }  // namespace
 
 void YThread::step(const void* event) {
+    checkInterruptState(*this);
     if (!running || blocked || !jumps) {
         yield = kYieldRefused;
         return;
@@ -612,7 +650,7 @@ void YThread::step(const void* event) {
             drop(*this, a);
             break;
         case ycCustom:
-            custom(w);
+            custom(*this, w);
             break;
         case ycWait:
             sleeping = 1;
@@ -644,7 +682,7 @@ void YThread::step(const void* event) {
             setProperty(*this, w);
             break;
         case ycGet:
-            getProperty(w);
+            getProperty(*this, w);
             break;
         case ycPlay:
             play(*this, w);
@@ -653,7 +691,10 @@ void YThread::step(const void* event) {
             int len = 0;
             if (w[0] >= 0) string(w[0], &len);
             yield = len == 2 ? 0 : 1;
-            if (yieldLink) yieldLink->call();
+            if (yieldLink) {
+                yieldLink->call();
+                afterCallOut(*this);
+            }
             if (yield == 0) firstYieldOn = 0;
             break;
         }

@@ -79,6 +79,9 @@ void resetScheduler();
 // Asleep, stopped, blocked or resting at the end: another step would change
 // nothing.
 bool cannotMove(const YThread& t);
+// The stress build's check of what a step, a handler's start and end, and a
+// call out rely on: the interrupt flags and the stacks within their bounds.
+void checkInterruptState(const YThread& t);
 
 // The key that watcher links carry as their data, and the record of a key
 // (null when it is gone).

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 
+#include "frame/stress.h"
 #include "values/heap_lookup.h"
 #include "values/number_text.h"
 #include "values/values_internal.h"
@@ -262,5 +263,8 @@ int YHeap::append(YVariable* const v) {
         }
     }
     extend();
+    BC_ASSERT(count <= capacity && i <= kLastIndex);
+    BC_ASSERT(lookup->nextSameName.size() == static_cast<size_t>(count));
+    BC_ASSERT(lookup->byName.find(name)->second.last == i);
     return i;
 }

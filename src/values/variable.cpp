@@ -17,6 +17,7 @@
 
 #include "baublecore/heap.h"
 #include "baublecore/scriptable_object.h"
+#include "frame/stress.h"
 #include "values/number_text.h"
 #include "values/operand.h"
 #include "values/values_internal.h"
@@ -242,7 +243,10 @@ void YVariable::plug(const char* s) {
     if (size_ == -1) size_ = static_cast<int32_t>(std::strlen(s));
     if (size_ > kTextMax) size_ = kTextMax;
     size_t n = static_cast<size_t>(size_);
-    if (textRoom(old, n + 1) > n) {
+    BC_ASSERT(size_ >= 0 && size_ <= kTextMax);
+    // The stress build always takes a new block: then a text that points
+    // into the old one is copied before the old one goes, every time.
+    if (!bcframe::stress() && textRoom(old, n + 1) > n) {
         text = old;
         std::memmove(text, s, n);
     } else {
