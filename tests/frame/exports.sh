@@ -8,7 +8,7 @@ set -eu
 library=$1 allowed=$2 work=$3
 mkdir -p "$work"
 nm -D --defined-only -C "$library" | sed -E 's/^[0-9a-fA-F]* +[A-Za-z] //' |
-  grep -v -E '^(_edata|_end|__bss_start|_init|_fini)$|^std::|^__odr_asan|^__asan' |
+  grep -v -E '^(_edata|_end|__bss_start|_init|_fini)$|^([^(]* )?std::|^__odr_asan|^__asan' |
   LC_ALL=C sort -u > "$work/exported.txt"
 grep -v -E '^(#|$)' "$allowed" | LC_ALL=C sort -u > "$work/allowed.txt"
 if ! diff -u "$work/allowed.txt" "$work/exported.txt" > "$work/difference.txt"; then
