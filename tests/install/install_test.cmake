@@ -1,6 +1,7 @@
 # Installs the build into a scratch prefix, builds examples/minimal_host
 # against it with find_package, builds the same source with pkg-config flags,
-# and runs both.
+# and runs both; then builds and runs examples/tour_host, which uses every
+# class the library exports.
 file(REMOVE_RECURSE ${WORK_DIR})
 set(PREFIX ${WORK_DIR}/prefix)
 
@@ -33,4 +34,11 @@ run(c++ -std=c++20 ${HOST_DIR}/main.cpp ${flags} -Wl,-rpath,${libdir} -o ${WORK_
 run(${WORK_DIR}/pc_host)
 if(NOT LAST_OUTPUT MATCHES "baublecore 1\\.00a - ")
   message(FATAL_ERROR "unexpected output from the pkg-config host: ${LAST_OUTPUT}")
+endif()
+
+run(${CMAKE_COMMAND} -S ${TOUR_DIR} -B ${WORK_DIR}/tour -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${PREFIX})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/tour)
+run(${WORK_DIR}/tour/tour_host)
+if(NOT LAST_OUTPUT MATCHES "tour host: ok")
+  message(FATAL_ERROR "unexpected output from the tour host: ${LAST_OUTPUT}")
 endif()
