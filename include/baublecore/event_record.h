@@ -14,6 +14,7 @@
 class PXScriptableObject;
 class YThread;
 
+// The library's own door to the private operations below.
 namespace bcthreads {
 struct ThreadsAccess;
 }

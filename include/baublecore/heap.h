@@ -16,6 +16,8 @@
 class PXScriptableObject;
 class YThread;
 
+// The library's own door to the private operations below, and the hash
+// indexes the heap keeps beside its table; neither is part of what a host uses.
 namespace bcvalues {
 struct ValuesAccess;
 struct HeapLookup;

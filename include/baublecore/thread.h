@@ -15,6 +15,8 @@ class PXTask;
 class eventRecord;
 class YVariable;
 
+// The door through which the library's own files reach the private
+// operations below; it is not part of what a host uses.
 namespace bcthreads {
 struct ThreadsAccess;
 }

@@ -17,6 +17,7 @@ class PXScriptableObject;
 class YHeap;
 class YThread;
 
+// The library's own door to the private operations below.
 namespace bcvalues {
 struct ValuesAccess;
 }

@@ -5,8 +5,6 @@
 // runs. Unloading runs the exit actions in reverse.
 #pragma once
 
-#include "baublecore/api.h"
-
 namespace bcframe {
 
 struct StartupStep {

@@ -32,7 +32,8 @@ void unhook(const eventRecord& r) {
             if (p->type != PXSOB_EventProperty || !p->find(r.property)) continue;
             if (p->link && p->link->data == recordKey(r)) PXStoreLink(p->link, nullptr);
             auto* event = static_cast<PXSobEventProperty*>(p);
-            if (event->cloneLink && event->cloneLink->getObject() == &r) PXStoreLink(event->cloneLink, nullptr);
+            if (event->cloneLink && event->cloneLink->getObject() == &r)
+                PXStoreLink(event->cloneLink, nullptr);
         }
     }
     if (PXSR::classList)

@@ -127,7 +127,9 @@ void baublecore::setTraceHook(TraceHook hook, void* context) {
     traceContext = context;
 }
 
-const char* baublecore::commandName(int command) { return bcthreads::commandName(static_cast<YCMND>(command)); }
+const char* baublecore::commandName(int command) {
+    return bcthreads::commandName(static_cast<YCMND>(command));
+}
 
 void YThread::startInterrupt(int entry) {
     savedForTop = forTop;
@@ -178,352 +180,23 @@ Operands operandsOf(const YThread& t, int a) {
     return {t.code + a, t.codeWordCount - a};
 }
 
-void fireDoneMain(YThread& t, int command, bool atEnd) {
-    if (!t.doneMainArmed || !t.doneMainLink) return;
-    t.doneMainArmed = 0;
-    if (atEnd) YThread::lastDoneCommand = command;
-    t.doneMainLink->call();
-    afterCallOut(t);
-}
+// The statements' helpers, in the order they are defined below.
+void fireDoneMain(YThread& t, int command, bool atEnd);
+void rest(YThread& t, int command);
+void jumpTo(YThread& t, int a);
+void test(YThread& t, const Operands& w);
+void forStart(YThread& t, const Operands& w);
+void forNext(YThread& t, const Operands& w);
+void say(const Operands& w);
+void assign(YThread& thread, const Operands& w);
+void dropFamily(YVariable* v);
+void drop(YThread& t, int a);
+void custom(YThread& t, const Operands& w);
+void setTimer(YThread& t, int c, const Operands& w);
+void setProperty(YThread& thread, const Operands& w);
+void getProperty(YThread& thread, const Operands& w);
+void play(YThread& t, const Operands& w);
 
-// The end of the code, or a command that has no business in the table: the
-// thread rests here. It is put in order before the host's link may re-enter it.
-void rest(YThread& t, int command) {
-    --t.pc;
-    if (YThread::yieldEventsOff) t.yield = kYieldRefused;
-    fireDoneMain(t, command, true);
-}
-
-void jumpTo(YThread& t, int a) {
-    t.pc = a;
-    if (t.forTop != -1 && t.forRecords[t.forTop].exitTarget == a) --t.forTop;
-}
-
-void test(YThread& t, const Operands& w) {
-    if (w[0] < 0) {
-        t.condition = 1;
-        return;
-    }
-    char text[kBuffer];
-    text[0] = '\0';  // only the start: the reader writes the rest
-    if (YVariable* v = variable(w[0])) v->resolve(text);
-    t.condition = text[0] != '0';
-}
-
-void forStart(YThread& t, const Operands& w) {
-    if (w[0] < 0 || w[1] < 0) return;
-    int exitTarget = t.pc + 1 <= t.jumpCount ? t.jumps[t.pc + 1].operand : t.jumpCount;
-    if (t.forTop + 1 >= YThread::kForRecords) {
-        // No record left for this loop: it is refused, and does not run.
-        t.pc = exitTarget;
-        return;
-    }
-    YForRecord& r = t.forRecords[++t.forTop];
-    r.cursor = static_cast<int16_t>(asLong(variable(w[1])));
-    if (w[2] < 0) {
-        r.limit = 0;
-        r.stride = -1;
-    } else {
-        r.limit = static_cast<int16_t>(asLong(variable(w[2])));
-        r.stride = w[3] < 0 ? 1 : static_cast<int16_t>(asLong(variable(w[3])));
-    }
-    r.exitTarget = static_cast<int16_t>(exitTarget);
-    r.direction = r.cursor < r.limit ? 1 : -1;
-    r.cursor = static_cast<int16_t>(r.cursor - r.stride);
-}
-
-void forNext(YThread& t, const Operands& w) {
-    if (w[0] < 0 || w[1] < 0) return test(t, w);
-    if (t.forTop < 0) {
-        t.condition = 0;
-        return;
-    }
-    YForRecord& r = t.forRecords[t.forTop];
-    r.cursor = static_cast<int16_t>(r.cursor + r.stride);
-    if (YVariable* v = variable(w[0])) v->set(static_cast<int32_t>(r.cursor));
-    if (r.direction == 0) {
-        t.condition = 0;
-    } else if (r.cursor == r.limit) {
-        t.condition = 1;
-        r.direction = 0;
-    } else {
-        t.condition = r.direction > 0 ? r.cursor < r.limit : r.cursor > r.limit;
-    }
-}
-
-void say(const Operands& w) {
-    static char sayBuffer[kSayBuffer];
-    int used = 0;
-    for (int i = 0; w[i] != -1; ++i) {
-        int len = 0;
-        const char* text = string(w[i], &len);
-        if (used + len + 1 >= kSayBuffer) continue;  // would not fit: left out
-        std::memcpy(sayBuffer + used, text, static_cast<size_t>(len));
-        used += len;
-        sayBuffer[used++] = ' ';
-    }
-    if (used) --used;
-    sayBuffer[used] = '\0';
-    if (std::FILE* f = std::fopen("debug.txt", "a")) {
-        std::fprintf(f, "%s\n", sayBuffer);
-        std::fclose(f);
-    }
-}
-
-void assign(YThread& thread, const Operands& w) {
-    YVariable* t = target(w[0]);
-    if (!t) return;
-    if (holdsObject(t))
-        if (PXScriptableObject* held = object(t)) eventRecord::remove(held, nullptr);
-    if (w[1] < 0) {
-        t->set(nullptr, -2);
-        return;
-    }
-    YVariable* s = target(w[1]);
-    if (!s) return;
-    if (t != s && bcvalues::target(*s) == s &&
-        (s->type == YVT_Expression || s->type == YVT_Literal || s->type == YVT_Slice)) {
-        // These terms hold no object and construct nothing: their text is
-        // all there is, read once and stored.
-        bcvalues::assignTo(*s, t);
-        return;
-    }
-    char x[kBuffer];
-    int len = 0;
-    const char* text = s->value(len);
-    if (len < 0) len = -len;
-    len = bcvalues::textLength(text, len < kBuffer ? len : kBuffer - 1);
-    std::memcpy(x, text, static_cast<size_t>(len));
-    x[len] = '\0';
-    PXScriptableObject* o = object(s);
-
-    if (s->type == YVT_Plain && s->state == YVS_None && PXScriptableObject::isXtor(x)) {
-        PXScriptableObject::resetParameters();
-        for (int i = 2; w[i] != -1; ++i) {
-            int n = 0;
-            const char* p = string(w[i], &n);
-            char param[kBuffer];
-            std::snprintf(param, sizeof param, "%.*s", n, p);
-            PXScriptableObject::addParameter(param);
-        }
-        int16_t targetWord = static_cast<int16_t>(w[0]);
-        const int16_t* codeBefore = thread.code;
-        PXScriptableObject* made = PXScriptableObject::create(x, PXScriptableObject::kPXEndOfParameters);
-        afterCallOut(thread);
-        // The creator may have run script code, even replaced the script:
-        // find the target again, and keep the object only for this script.
-        t = thread.code == codeBefore ? target(targetWord) : nullptr;
-        if (!t) {
-            delete made;
-            return;
-        }
-        if (made)
-            t->set(made);
-        else
-            t->set(static_cast<int32_t>(0));
-        return;
-    }
-    if (t == s) return;
-    if (o && (holdsObject(s) || static_cast<unsigned char>(x[0]) == YVariable::kObjectText)) {
-        if (t->alias != 0)
-            t->set(o);
-        else
-            t->set(o->copy());
-        return;
-    }
-    // Text, including a text that starts with the object byte but holds no
-    // object: there is nothing to copy.
-    t->set(x, -1);
-}
-
-// `drop [ list`: clears list.1, list.2, ... one level deep.
-void dropFamily(YVariable* v) {
-    char prefix[kBuffer + 1];
-    int associate = v->value(prefix);
-    if (associate <= 0) copyText(prefix, v->getName());
-    size_t n = std::strlen(prefix);
-    prefix[n++] = '.';
-    prefix[n] = '\0';
-    for (int i = 3; i < YHeap::theHeap.size(); ++i) {
-        YVariable* e = YHeap::theHeap[i];
-        if (!e || e->type != YVT_Plain || e->state == YVS_None || !e->getName()) continue;
-        const char* name = e->getName();
-        if (std::strncmp(name, prefix, n) != 0 || !name[n] || std::strchr(name + n, '.')) continue;
-        if (holdsObject(e))
-            if (PXScriptableObject* o = object(e)) eventRecord::remove(o, nullptr);
-        e->set(nullptr, -2);
-    }
-}
-
-void drop(YThread& t, int a) {
-    if (a < 0 || a >= t.codeWordCount || t.code[a] == -1) return;
-    int i = a;
-    do {
-        if (ThreadsAccess::checkDrop(t, i)) {
-            YVariable* v = target(t.code[i]);
-            if (holdsObject(v)) {
-                if (PXScriptableObject* o = object(v)) {
-                    eventRecord::remove(o, nullptr);
-                    YHeap::theHeap.drop(o, 1);
-                }
-            } else if (v) {
-                v->set(nullptr, -2);
-            }
-        }
-        ++i;
-    } while (i < t.codeWordCount && t.code[i] != -1);
-}
-
-void custom(YThread& t, const Operands& w) {
-    if (w[0] < 0) return;
-    const PXLink* link = nullptr;
-    if (!findCustomKeyword(string(w[0]), &link)) return;
-    PXScriptableObject::resetParameters();
-    char text[kBuffer];
-    for (int i = 1; w[i] != -1; ++i) {
-        text[0] = '\0';
-        if (YVariable* v = variable(w[i])) v->resolve(text);
-        PXScriptableObject::addParameter(text);
-    }
-    if (link) {
-        PXScriptableObject::prepareParameters();
-        link->call();
-        afterCallOut(t);
-    }
-}
-
-void setTimer(YThread& t, int c, const Operands& w) {
-    if (w[0] < 0 || w[1] < 0) return;
-    double v = asDouble(target(w[0]));
-    if (v == 0) return;
-    int32_t entry = asLong(variable(w[1])) + 1;
-    int32_t limit = truncate32(v * 9.0);
-    if (c == ycIdle) {
-        t.idleEntry = entry;
-        t.idleLimit = limit;
-        t.idleAge = 0;
-    } else {
-        t.scheduleEntry = entry;
-        t.scheduleLimit = limit;
-        t.scheduleAge = 0;
-    }
-}
-
-// Parameters for set and get: the operands from the third up to, not
-// including, the last.
-void addMiddleParameters(const Operands& w, int last) {
-    PXScriptableObject::resetParameters();
-    char param[kBuffer];
-    for (int i = 2; i < last; ++i) {
-        int n = 0;
-        const char* p = string(w[i], &n);
-        std::snprintf(param, sizeof param, "%.*s", n, p);
-        PXScriptableObject::addParameter(param);
-    }
-}
-
-void setProperty(YThread& thread, const Operands& w) {
-    YVariable* t = target(w[0]);
-    if (!t || w[1] < 0) return;
-    PXScriptableObject* o = object(t);
-    if (!o && !PXScriptableObject::isXtor(t->getName())) return;
-    char p[kBuffer];
-    p[0] = '\0';  // only the start: the reader writes the rest
-    if (YVariable* pv = variable(w[1])) pv->value(p);
-
-    if (w[2] < 0) {
-        if (o) {
-            eventRecord::remove(o, p);
-            o->sobSet(p, nullptr, nullptr);
-        } else {
-            PXScriptableObject::setBornHandler(t->getName(), nullptr);
-        }
-        return;
-    }
-    int lastIndex = w.count() - 1;
-    addMiddleParameters(w, lastIndex);
-    YVariable* last = target(w[lastIndex]);
-    if (!last) return;
-    if (last->text && last->text[0] == '+') {
-        int32_t n = asLong(last);
-        if (o) eventRecord::remove(o, p);
-        eventRecord* record = ThreadsAccess::bind(t->getName(), n + 1, o, p);
-        PXLinkToMember<YThread> watcher(&thread, &YThread::handleEvent, recordKey(*record));
-        if (o) {
-            PXLinkToMember<eventRecord> onClone(record, ThreadsAccess::cloneMethod, nullptr);
-            o->sobSet(p, &watcher, &onClone);
-        } else {
-            PXScriptableObject::setBornHandler(t->getName(), &watcher);
-        }
-        return;
-    }
-    if (o) {
-        char value[kBuffer];
-        int n = 0;
-        const char* text = last->value(n);
-        std::snprintf(value, sizeof value, "%.*s", n < 0 ? -n : n, text);
-        o->sobSet(p, value);
-    }
-}
-
-void getProperty(YThread& thread, const Operands& w) {
-    YVariable* t = target(w[0]);
-    if (!t || w[1] < 0) return;
-    char p[kBuffer];
-    copyText(p, string(w[1]));
-    int lastIndex = w.count() - 1;
-    addMiddleParameters(w, lastIndex);
-    const char* s = nullptr;
-    if (std::strcmp(p, "name") == 0) {
-        s = w[0] == 1 ? ThreadsAccess::bindingName(object(t)) : t->getName();
-    } else {
-        PXScriptableObject* o = object(t);
-        if (!o) return;
-        s = o->sobGet(p);
-        afterCallOut(thread);
-    }
-    if (!s) return;
-    char result[kBuffer];
-    copyText(result, s);
-    if (YVariable* d = target(w[lastIndex])) d->set(result, -1);
-}
-
-void play(YThread& t, const Operands& w) {
-    PXScriptableObject* o = nullptr;
-    if (YVariable* v = variable(w[0])) v->resolve(o);
-    if (!o) return;
-    PXScriptableObject::resetParameters();
-    char m[kBuffer];
-    m[0] = '\0';  // only the start: the reader writes the rest
-    if (w[1] >= 0) {
-        if (YVariable* mv = variable(w[1])) mv->value(m);
-        bool wait = m[0] == '}';
-        char param[kBuffer];
-        // Parameters go in up to a `}`, even when the method itself is one.
-        for (int i = 2; w[i] != -1; ++i) {
-            int n = 0;
-            const char* x = string(w[i], &n);
-            if (n > 0 && x[0] == '}') {
-                wait = true;
-                break;
-            }
-            std::snprintf(param, sizeof param, "%.*s", n, x);
-            PXScriptableObject::addParameter(param);
-        }
-        if (wait) {
-            // The script waits for the object to say it is done.
-            t.blocked = 1;
-            PXLinkToMember<YThread> done(&t, &YThread::sti);
-            o->sobSetSyncLink(&done);
-            if (m[0] == '}') m[0] = '\0';
-        }
-    }
-    const char* method = m[0] ? m : PXScriptableObject::sobDefaultMethod;
-    if (!o->sobPlay(method, PXScriptableObject::kPXEndOfParameters)) {
-        o->sobSetSyncLink(nullptr);
-        t.blocked = 0;
-    }
-}
 }  // namespace
 
 void YThread::step(const void* event) {
@@ -736,6 +409,168 @@ bool bcthreads::cannotMove(const YThread& t) {
     return c < 0 || c >= 64 || !((moving >> c) & 1);
 }
 
+namespace {
+
+void fireDoneMain(YThread& t, int command, bool atEnd) {
+    if (!t.doneMainArmed || !t.doneMainLink) return;
+    t.doneMainArmed = 0;
+    if (atEnd) YThread::lastDoneCommand = command;
+    t.doneMainLink->call();
+    afterCallOut(t);
+}
+
+// The end of the code, or a command that has no business in the table: the
+// thread rests here. It is put in order before the host's link may re-enter it.
+void rest(YThread& t, int command) {
+    --t.pc;
+    if (YThread::yieldEventsOff) t.yield = kYieldRefused;
+    fireDoneMain(t, command, true);
+}
+
+void jumpTo(YThread& t, int a) {
+    t.pc = a;
+    if (t.forTop != -1 && t.forRecords[t.forTop].exitTarget == a) --t.forTop;
+}
+
+void test(YThread& t, const Operands& w) {
+    if (w[0] < 0) {
+        t.condition = 1;
+        return;
+    }
+    char text[kBuffer];
+    text[0] = '\0';  // only the start: the reader writes the rest
+    if (YVariable* v = variable(w[0])) v->resolve(text);
+    t.condition = text[0] != '0';
+}
+
+void forStart(YThread& t, const Operands& w) {
+    if (w[0] < 0 || w[1] < 0) return;
+    int exitTarget = t.pc + 1 <= t.jumpCount ? t.jumps[t.pc + 1].operand : t.jumpCount;
+    if (t.forTop + 1 >= YThread::kForRecords) {
+        // No record left for this loop: it is refused, and does not run.
+        t.pc = exitTarget;
+        return;
+    }
+    YForRecord& r = t.forRecords[++t.forTop];
+    r.cursor = static_cast<int16_t>(asLong(variable(w[1])));
+    if (w[2] < 0) {
+        r.limit = 0;
+        r.stride = -1;
+    } else {
+        r.limit = static_cast<int16_t>(asLong(variable(w[2])));
+        r.stride = w[3] < 0 ? 1 : static_cast<int16_t>(asLong(variable(w[3])));
+    }
+    r.exitTarget = static_cast<int16_t>(exitTarget);
+    r.direction = r.cursor < r.limit ? 1 : -1;
+    r.cursor = static_cast<int16_t>(r.cursor - r.stride);
+}
+
+void forNext(YThread& t, const Operands& w) {
+    if (w[0] < 0 || w[1] < 0) return test(t, w);
+    if (t.forTop < 0) {
+        t.condition = 0;
+        return;
+    }
+    YForRecord& r = t.forRecords[t.forTop];
+    r.cursor = static_cast<int16_t>(r.cursor + r.stride);
+    if (YVariable* v = variable(w[0])) v->set(static_cast<int32_t>(r.cursor));
+    if (r.direction == 0) {
+        t.condition = 0;
+    } else if (r.cursor == r.limit) {
+        t.condition = 1;
+        r.direction = 0;
+    } else {
+        t.condition = r.direction > 0 ? r.cursor < r.limit : r.cursor > r.limit;
+    }
+}
+
+void say(const Operands& w) {
+    static char sayBuffer[kSayBuffer];
+    int used = 0;
+    for (int i = 0; w[i] != -1; ++i) {
+        int len = 0;
+        const char* text = string(w[i], &len);
+        if (used + len + 1 >= kSayBuffer) continue;  // would not fit: left out
+        std::memcpy(sayBuffer + used, text, static_cast<size_t>(len));
+        used += len;
+        sayBuffer[used++] = ' ';
+    }
+    if (used) --used;
+    sayBuffer[used] = '\0';
+    if (std::FILE* f = std::fopen("debug.txt", "a")) {
+        std::fprintf(f, "%s\n", sayBuffer);
+        std::fclose(f);
+    }
+}
+
+void assign(YThread& thread, const Operands& w) {
+    YVariable* t = target(w[0]);
+    if (!t) return;
+    if (holdsObject(t))
+        if (PXScriptableObject* held = object(t)) eventRecord::remove(held, nullptr);
+    if (w[1] < 0) {
+        t->set(nullptr, -2);
+        return;
+    }
+    YVariable* s = target(w[1]);
+    if (!s) return;
+    if (t != s && bcvalues::target(*s) == s &&
+        (s->type == YVT_Expression || s->type == YVT_Literal || s->type == YVT_Slice)) {
+        // These terms hold no object and construct nothing: their text is
+        // all there is, read once and stored.
+        bcvalues::assignTo(*s, t);
+        return;
+    }
+    char x[kBuffer];
+    int len = 0;
+    const char* text = s->value(len);
+    if (len < 0) len = -len;
+    len = bcvalues::textLength(text, len < kBuffer ? len : kBuffer - 1);
+    std::memcpy(x, text, static_cast<size_t>(len));
+    x[len] = '\0';
+    PXScriptableObject* o = object(s);
+
+    if (s->type == YVT_Plain && s->state == YVS_None && PXScriptableObject::isXtor(x)) {
+        PXScriptableObject::resetParameters();
+        for (int i = 2; w[i] != -1; ++i) {
+            int n = 0;
+            const char* p = string(w[i], &n);
+            char param[kBuffer];
+            std::snprintf(param, sizeof param, "%.*s", n, p);
+            PXScriptableObject::addParameter(param);
+        }
+        int16_t targetWord = static_cast<int16_t>(w[0]);
+        const int16_t* codeBefore = thread.code;
+        PXScriptableObject* made = PXScriptableObject::create(x, PXScriptableObject::kPXEndOfParameters);
+        afterCallOut(thread);
+        // The creator may have run script code, even replaced the script:
+        // find the target again, and keep the object only for this script.
+        t = thread.code == codeBefore ? target(targetWord) : nullptr;
+        if (!t) {
+            delete made;
+            return;
+        }
+        if (made)
+            t->set(made);
+        else
+            t->set(static_cast<int32_t>(0));
+        return;
+    }
+    if (t == s) return;
+    if (o && (holdsObject(s) || static_cast<unsigned char>(x[0]) == YVariable::kObjectText)) {
+        if (t->alias != 0)
+            t->set(o);
+        else
+            t->set(o->copy());
+        return;
+    }
+    // Text, including a text that starts with the object byte but holds no
+    // object: there is nothing to copy.
+    t->set(x, -1);
+}
+
+}  // namespace
+
 // Matches the operand's variable name with the words drop knows; 1 when it
 // is none of them.
 int YThread::checkDrop(int& i, char*) {
@@ -794,3 +629,195 @@ int YThread::checkDrop(int& i, char*) {
     }
     return 0;
 }
+
+namespace {
+
+// `drop [ list`: clears list.1, list.2, ... one level deep.
+void dropFamily(YVariable* v) {
+    char prefix[kBuffer + 1];
+    int associate = v->value(prefix);
+    if (associate <= 0) copyText(prefix, v->getName());
+    size_t n = std::strlen(prefix);
+    prefix[n++] = '.';
+    prefix[n] = '\0';
+    for (int i = 3; i < YHeap::theHeap.size(); ++i) {
+        YVariable* e = YHeap::theHeap[i];
+        if (!e || e->type != YVT_Plain || e->state == YVS_None || !e->getName()) continue;
+        const char* name = e->getName();
+        if (std::strncmp(name, prefix, n) != 0 || !name[n] || std::strchr(name + n, '.')) continue;
+        if (holdsObject(e))
+            if (PXScriptableObject* o = object(e)) eventRecord::remove(o, nullptr);
+        e->set(nullptr, -2);
+    }
+}
+
+void drop(YThread& t, int a) {
+    if (a < 0 || a >= t.codeWordCount || t.code[a] == -1) return;
+    int i = a;
+    do {
+        if (ThreadsAccess::checkDrop(t, i)) {
+            YVariable* v = target(t.code[i]);
+            if (holdsObject(v)) {
+                if (PXScriptableObject* o = object(v)) {
+                    eventRecord::remove(o, nullptr);
+                    YHeap::theHeap.drop(o, 1);
+                }
+            } else if (v) {
+                v->set(nullptr, -2);
+            }
+        }
+        ++i;
+    } while (i < t.codeWordCount && t.code[i] != -1);
+}
+
+void custom(YThread& t, const Operands& w) {
+    if (w[0] < 0) return;
+    const PXLink* link = nullptr;
+    if (!findCustomKeyword(string(w[0]), &link)) return;
+    PXScriptableObject::resetParameters();
+    char text[kBuffer];
+    for (int i = 1; w[i] != -1; ++i) {
+        text[0] = '\0';
+        if (YVariable* v = variable(w[i])) v->resolve(text);
+        PXScriptableObject::addParameter(text);
+    }
+    if (link) {
+        PXScriptableObject::prepareParameters();
+        link->call();
+        afterCallOut(t);
+    }
+}
+
+void setTimer(YThread& t, int c, const Operands& w) {
+    if (w[0] < 0 || w[1] < 0) return;
+    double v = asDouble(target(w[0]));
+    if (v == 0) return;
+    int32_t entry = asLong(variable(w[1])) + 1;
+    int32_t limit = truncate32(v * 9.0);
+    if (c == ycIdle) {
+        t.idleEntry = entry;
+        t.idleLimit = limit;
+        t.idleAge = 0;
+    } else {
+        t.scheduleEntry = entry;
+        t.scheduleLimit = limit;
+        t.scheduleAge = 0;
+    }
+}
+
+// Parameters for set and get: the operands from the third up to, not
+// including, the last.
+void addMiddleParameters(const Operands& w, int last) {
+    PXScriptableObject::resetParameters();
+    char param[kBuffer];
+    for (int i = 2; i < last; ++i) {
+        int n = 0;
+        const char* p = string(w[i], &n);
+        std::snprintf(param, sizeof param, "%.*s", n, p);
+        PXScriptableObject::addParameter(param);
+    }
+}
+
+void setProperty(YThread& thread, const Operands& w) {
+    YVariable* t = target(w[0]);
+    if (!t || w[1] < 0) return;
+    PXScriptableObject* o = object(t);
+    if (!o && !PXScriptableObject::isXtor(t->getName())) return;
+    char p[kBuffer];
+    p[0] = '\0';  // only the start: the reader writes the rest
+    if (YVariable* pv = variable(w[1])) pv->value(p);
+
+    if (w[2] < 0) {
+        if (o) {
+            eventRecord::remove(o, p);
+            o->sobSet(p, nullptr, nullptr);
+        } else {
+            PXScriptableObject::setBornHandler(t->getName(), nullptr);
+        }
+        return;
+    }
+    int lastIndex = w.count() - 1;
+    addMiddleParameters(w, lastIndex);
+    YVariable* last = target(w[lastIndex]);
+    if (!last) return;
+    if (last->text && last->text[0] == '+') {
+        int32_t n = asLong(last);
+        if (o) eventRecord::remove(o, p);
+        eventRecord* record = ThreadsAccess::bind(t->getName(), n + 1, o, p);
+        PXLinkToMember<YThread> watcher(&thread, &YThread::handleEvent, recordKey(*record));
+        if (o) {
+            PXLinkToMember<eventRecord> onClone(record, ThreadsAccess::cloneMethod, nullptr);
+            o->sobSet(p, &watcher, &onClone);
+        } else {
+            PXScriptableObject::setBornHandler(t->getName(), &watcher);
+        }
+        return;
+    }
+    if (o) {
+        char value[kBuffer];
+        int n = 0;
+        const char* text = last->value(n);
+        std::snprintf(value, sizeof value, "%.*s", n < 0 ? -n : n, text);
+        o->sobSet(p, value);
+    }
+}
+
+void getProperty(YThread& thread, const Operands& w) {
+    YVariable* t = target(w[0]);
+    if (!t || w[1] < 0) return;
+    char p[kBuffer];
+    copyText(p, string(w[1]));
+    int lastIndex = w.count() - 1;
+    addMiddleParameters(w, lastIndex);
+    const char* s = nullptr;
+    if (std::strcmp(p, "name") == 0) {
+        s = w[0] == 1 ? ThreadsAccess::bindingName(object(t)) : t->getName();
+    } else {
+        PXScriptableObject* o = object(t);
+        if (!o) return;
+        s = o->sobGet(p);
+        afterCallOut(thread);
+    }
+    if (!s) return;
+    char result[kBuffer];
+    copyText(result, s);
+    if (YVariable* d = target(w[lastIndex])) d->set(result, -1);
+}
+
+void play(YThread& t, const Operands& w) {
+    PXScriptableObject* o = nullptr;
+    if (YVariable* v = variable(w[0])) v->resolve(o);
+    if (!o) return;
+    PXScriptableObject::resetParameters();
+    char m[kBuffer];
+    m[0] = '\0';  // only the start: the reader writes the rest
+    if (w[1] >= 0) {
+        if (YVariable* mv = variable(w[1])) mv->value(m);
+        bool wait = m[0] == '}';
+        char param[kBuffer];
+        // Parameters go in up to a `}`, even when the method itself is one.
+        for (int i = 2; w[i] != -1; ++i) {
+            int n = 0;
+            const char* x = string(w[i], &n);
+            if (n > 0 && x[0] == '}') {
+                wait = true;
+                break;
+            }
+            std::snprintf(param, sizeof param, "%.*s", n, x);
+            PXScriptableObject::addParameter(param);
+        }
+        if (wait) {
+            // The script waits for the object to say it is done.
+            t.blocked = 1;
+            PXLinkToMember<YThread> done(&t, &YThread::sti);
+            o->sobSetSyncLink(&done);
+            if (m[0] == '}') m[0] = '\0';
+        }
+    }
+    const char* method = m[0] ? m : PXScriptableObject::sobDefaultMethod;
+    if (!o->sobPlay(method, PXScriptableObject::kPXEndOfParameters)) {
+        o->sobSetSyncLink(nullptr);
+        t.blocked = 0;
+    }
+}
+}  // namespace

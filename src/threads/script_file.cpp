@@ -124,7 +124,8 @@ bool readRecords(ByteReader& in, LoadedScript& s, Refusal& refuse) {
     // Nothing follows the last record: more bytes mean counts that do not
     // describe this file.
     if (in.remaining() != 0)
-        return refuse("it goes on for %ld bytes behind its last heap record", static_cast<long>(in.remaining()));
+        return refuse("it goes on for %ld bytes behind its last heap record",
+                      static_cast<long>(in.remaining()));
     return true;
 }
 

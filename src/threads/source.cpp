@@ -236,7 +236,8 @@ char* bcthreads::includeFile(YThread& t) {
     textBuffer = nullptr;  // now the record's
 
     readingInclude = true;
-    int got = fits ? ThreadsAccess::fillTextBuffer(t, file, 0) : ThreadsAccess::fillTextBuffer(t, nameStart, 0);
+    int got = fits ? ThreadsAccess::fillTextBuffer(t, file, 0)
+                   : ThreadsAccess::fillTextBuffer(t, nameStart, 0);
     readingInclude = false;
     if (got != 0) {
         // Nothing to read: compile on as if the file were empty.

@@ -121,10 +121,13 @@ struct ThreadsAccess {
     static int advancePastSeparator(YThread& t, char*& p, int keepEquals) {
         return t.advancePastSeparator(p, keepEquals);
     }
-    static int fillTextBuffer(YThread& t, const char* name, int offset) { return t.fillTextBuffer(name, offset); }
+    static int fillTextBuffer(YThread& t, const char* name, int offset) {
+        return t.fillTextBuffer(name, offset);
+    }
     static int checkDrop(YThread& t, int& index) { return t.checkDrop(index, nullptr); }
     // A binding made by `set`, on the list of records.
-    static eventRecord* bind(const char* name, int32_t entry, PXScriptableObject* object, const char* property) {
+    static eventRecord* bind(const char* name, int32_t entry, PXScriptableObject* object,
+                             const char* property) {
         return new eventRecord(name, entry, object, property);
     }
     // The method that gives a copied object's watcher a record of its own.

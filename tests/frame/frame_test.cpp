@@ -10,6 +10,7 @@
 #include "baublecore/scriptable_object.h"
 #include "baublecore/sr.h"
 #include "frame/startup.h"
+#include "frame/stress.h"
 
 namespace {
 
@@ -55,6 +56,12 @@ TEST(StartUp, EveryStepRanAtLoadAndRegisteredItsExitAction) {
     int exits = 0;
     for (int i = 0; i < bcframe::kStartupSteps; ++i) exits += bcframe::startupSteps()[i].exit != nullptr;
     EXPECT_EQ(bcframe::exitActionsRegistered(), exits);
+}
+
+// Without this the stress build would check nothing and say nothing.
+TEST(StressBuild, ABrokenInvariantStopsTheProgram) {
+    if (!bcframe::stress()) GTEST_SKIP() << "only the stress build checks invariants";
+    EXPECT_DEATH(BC_ASSERT(1 + 1 == 3), "invariant broken: 1 \\+ 1 == 3");
 }
 
 TEST(StartUp, TheRegistryExistsBeforeAnythingRegisters) {
