@@ -1,9 +1,13 @@
 // bauble run: builds the application, starts a thread on a script and runs
 // the task loop until `quit`, until no thread is valid any more, or until
 // the tick limit.
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string>
 
 #include "baublecore/baublecore.h"
 #include "commands.h"
@@ -11,8 +15,14 @@
 namespace bauble {
 namespace {
 
-const char kRunUsage[] =
-    "usage: bauble run [--headless] [--tick-ms N] [--max-ticks N] [--seed N] [--trace] SCRIPT\n";
+struct RunOptions {
+    bool headless = false;
+    int64_t tickMs = 10;
+    int64_t maxTicks = 0;
+    int64_t seed = -1;
+    bool trace = false;
+    std::string script;
+};
 
 // Writes each statement about to run: thread, index, command and its
 // operands. A plain variable shows its value; every other term shows its
@@ -53,55 +63,16 @@ void watch() {
     if (PXApp::theApp) PXApp::theApp->stop();
 }
 
-}  // namespace
-
-int runCommand(int argc, char** argv) {
-    long tickMs = 10, maxTicks = 0, seed = -1;
-    bool tracing = false;
-    bool headless = false;
-    const char* script = nullptr;
-    for (int i = 0; i < argc; ++i) {
-        const char* a = argv[i];
-        auto value = [&](long& out) {
-            if (i + 1 >= argc) return usageError("missing value for", a) == 0;
-            return numberOption(a, argv[++i], out);
-        };
-        if (!std::strcmp(a, "--headless")) {
-            headless = true;
-        } else if (!std::strcmp(a, "--tick-ms")) {
-            if (!value(tickMs) || tickMs < 0) return kExitUsage;
-        } else if (!std::strcmp(a, "--max-ticks")) {
-            if (!value(maxTicks) || maxTicks < 0) return kExitUsage;
-        } else if (!std::strcmp(a, "--seed")) {
-            if (!value(seed)) return kExitUsage;
-            if (seed < 0 || seed > 0xFFFFFFFFL) return usageError("not a seed (0 to 4294967295)", argv[i]);
-        } else if (!std::strcmp(a, "--trace")) {
-            tracing = true;
-        } else if (!std::strcmp(a, "--help")) {
-            std::fputs(kRunUsage, stdout);
-            return kExitOk;
-        } else if (a[0] == '-' && a[1]) {
-            return usageError("unknown option", a);
-        } else if (script) {
-            return usageError("unexpected argument", a);
-        } else {
-            script = a;
-        }
-    }
-    if (!script) {
-        std::fputs(kRunUsage, stderr);
-        return kExitUsage;
-    }
-
+int run(const RunOptions& o) {
     // The real display when there is one and it is wanted; pxbase falls back
     // to the headless backend, with its virtual clock, otherwise.
-    PXSysChooseBackend(headless ? "headless" : "sdl");
-    PXHeadlessSetTickMs(static_cast<uint32_t>(tickMs));
+    PXSysChooseBackend(o.headless ? "headless" : "sdl");
+    PXHeadlessSetTickMs(static_cast<uint32_t>(o.tickMs));
     PXApp app;
-    if (seed >= 0) std::srand(static_cast<unsigned>(seed));
-    if (tracing) YThread::setTraceHook(trace, nullptr);
+    if (o.seed >= 0) std::srand(static_cast<unsigned>(o.seed));
+    if (o.trace) YThread::setTraceHook(trace, nullptr);
 
-    auto* thread = new YThread(script);
+    auto* thread = new YThread(o.script.c_str());
     if (!*thread) {
         delete thread;
         return kExitCompile;
@@ -110,10 +81,25 @@ int runCommand(int argc, char** argv) {
     PXTask watchTask(&watcher, 0);
     app.addTask(&watchTask);
     thread->go();
-    app.run(static_cast<uint64_t>(maxTicks));
+    app.run(static_cast<uint64_t>(o.maxTicks));
     app.removeTask(&watchTask);
     delete thread;
     return kExitOk;
+}
+
+}  // namespace
+
+void addRunCommand(CLI::App& app) {
+    CLI::App* run = app.add_subcommand("run", "Run a script until it quits, no thread is valid, or the tick limit");
+    auto o = std::make_shared<RunOptions>();
+    run->add_flag("--headless", o->headless, "Use the headless backend even with a display");
+    addNumber(*run, "--tick-ms", o->tickMs, 0, 60000, "Milliseconds the headless clock moves each pass, 10 unless given");
+    addNumber(*run, "--max-ticks", o->maxTicks, 0, INT64_MAX, "Passes of the task loop at most, 0 for no limit");
+    addNumber(*run, "--seed", o->seed, 0, UINT32_MAX, "Seed of the random term ? instead of the clock");
+    run->add_flag("--trace", o->trace, "Write each statement about to run to standard error");
+    addFileName(*run, "SCRIPT", o->script, "The script, source or compiled, named from the current folder")
+        ->required();
+    run->callback([o] { setExitStatus(bauble::run(*o)); });
 }
 
 }  // namespace bauble
