@@ -177,8 +177,9 @@ int YThread::doClause() {
     if (p > t && p[-1] == '=') {
         // An assignment: the `=` touches the name.
         char c = *p;
+        // Index 0 is SYSTEM, a target like any other; only -1 is a failure.
         int target = YHeap::theHeap.pile(t, length, nullptr);
-        if (target <= 0) {
+        if (target < 0) {
             refuse("too many terms");
             return 0;
         }
@@ -189,7 +190,7 @@ int YThread::doClause() {
             char buffer[bcvalues::kValueBufferSize];
             while (bcthreads::skipBlanks(p, 0)) {
                 int clone = YHeap::theHeap.clone(target);
-                if (clone <= 0) {
+                if (clone < 0) {
                     refuse("too many terms");
                     return 0;
                 }

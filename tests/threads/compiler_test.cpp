@@ -61,7 +61,8 @@ TEST_F(Compiler, WorkedExampleGivesItsTableAndCodeWords) {
 }
 
 TEST_F(Compiler, WordsBecomeStatementsByTheirShape) {
-    YThread& t = compile("x = 5\nx=\ny=x z\nif=1\nsayit\niffy 2\nx=[1 2 3]\ndrop [name\n");
+    YThread& t = compile("x = 5\nx=\ny=x z\nif=1\nsayit\niffy 2\nx=[1 2 3]\ndrop [name\n"
+                         "SYSTEM=\"MAC\"\nSYSTEM=[w\n");
     ASSERT_TRUE(t);
     std::vector<Entry> got = table(t);
     EXPECT_EQ(got[0].command, ycCustom);
@@ -79,6 +80,10 @@ TEST_F(Compiler, WordsBecomeStatementsByTheirShape) {
     EXPECT_EQ(operands(t, 6), (std::vector<std::string>{"[name", "name"}));
     EXPECT_EQ(valueOf("x.1"), "1");
     EXPECT_EQ(valueOf("x.3"), "3]");
+    // SYSTEM is heap index 0, and a target like any other.
+    EXPECT_EQ(got[7].command, ycAssign);
+    EXPECT_EQ(operands(t, 7), (std::vector<std::string>{"SYSTEM", "\"MAC\""}));
+    EXPECT_EQ(valueOf("SYSTEM.1"), "w");
 }
 
 TEST_F(Compiler, ABracketInsideAnOperandListLeavesTheBlockOpen) {
