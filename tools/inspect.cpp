@@ -102,6 +102,11 @@ void showHeap() {
 
 int inspect(const std::string& name) {
     const char* file = name.c_str();
+    // The thread loads the file (or compiles a source) first, refusing with
+    // its own message what it cannot run, a FIFO or a directory among them;
+    // only then is the file opened here, for its format byte.
+    YThread thread(file);
+    if (!thread) return kExitCompile;
     std::FILE* f = std::fopen(file, "rb");
     if (!f) {
         std::fprintf(stderr, "bauble inspect: can't open '%s'\n", file);
@@ -109,11 +114,6 @@ int inspect(const std::string& name) {
     }
     int format = std::fgetc(f);
     std::fclose(f);
-
-    // The thread loads the file (or compiles a source), refusing what it
-    // cannot run with its own message.
-    YThread thread(file);
-    if (!thread) return kExitCompile;
     const char* kind = format == 2   ? "compiled script, little-endian (format 2)"
                        : format == 1 ? "compiled script, big-endian (format 1)"
                                      : "source text, compiled for this listing";

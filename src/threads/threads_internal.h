@@ -2,11 +2,20 @@
 // order.
 #pragma once
 
+#include <cstddef>
+#include <cstdio>
+
 #include "baublecore/thread.h"
 
 class PXScriptableObject;
 
 namespace bcthreads {
+
+// Opens a file for reading only when it is a regular file. Null when it is
+// not: `why` is then empty when nothing of that name exists, or says what
+// stands there instead ("it is a directory", "it is a FIFO", ...) or why it
+// could not be opened.
+std::FILE* openRegularFile(const char* path, char* why, size_t whySize);
 
 // The keyword table's own text for a command ("schedule", "idle", ...): the
 // timers' event names, compared by address.

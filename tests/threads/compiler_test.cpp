@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -230,9 +233,17 @@ TEST_F(Compiler, IncludeRefusesCompiledScriptsAndLongNames) {
     YThread a("a.mps");
     EXPECT_FALSE(a);
     EXPECT_NE(messages.back().find("a compiled script cannot be included"), std::string::npos);
-    writeScript("b.mps", "include " + std::string(140, 'n') + "\n");
+    // A name too long for the name buffers is refused for that reason, even
+    // when the file is there.
+    const std::string longName(140, 'n');
+    writeScript(longName, "say 1\n");
+    writeScript("b.mps", "include " + longName + "\n");
     YThread b("b.mps");
     EXPECT_FALSE(b);
+    YThread direct(longName.c_str());
+    EXPECT_FALSE(direct);
+    EXPECT_NE(messages.back().find("a script name has at most 127 bytes"), std::string::npos) << messages.back();
+    EXPECT_EQ(messages.back().find("can't find"), std::string::npos) << messages.back();
 }
 
 TEST_F(Compiler, IncludeReadsAFileInPlaceOfItsLine) {
@@ -273,13 +284,24 @@ TEST_F(Compiler, WithoutANameTheFileChooserIsAsked) {
 
 using SourceDeathTest = Compiler;
 
-TEST_F(SourceDeathTest, MissingOrOversizedFilesEndTheProcess) {
-    EXPECT_EXIT({ YThread t("nowhere.mps"); }, ::testing::ExitedWithCode(1), "can't find nowhere.mps");
+TEST_F(SourceDeathTest, MissingUnreadableOrOversizedFilesEndTheProcessSayingWhy) {
+    const auto exitOne = ::testing::ExitedWithCode(1);
+    EXPECT_EXIT({ YThread t("nowhere.mps"); }, exitOne, "can't find nowhere.mps");
     std::ofstream("big.mps", std::ios::binary) << std::string(65536, ' ');
-    EXPECT_EXIT({ YThread t("big.mps"); }, ::testing::ExitedWithCode(1), "Script too long");
+    EXPECT_EXIT({ YThread t("big.mps"); }, exitOne, "Script too long");
     std::ofstream("fits.mps", std::ios::binary) << std::string(65535, ' ');
     YThread fits("fits.mps");
     EXPECT_TRUE(fits);
+    // What is there but is no file to read says so; a FIFO would block.
+    std::filesystem::create_directory("folder.mps");
+    EXPECT_EXIT({ YThread t("folder.mps"); }, exitOne, "can't read folder.mps: it is a directory");
+    ASSERT_EQ(::mkfifo("pipe.mps", 0600), 0);
+    EXPECT_EXIT({ YThread t("pipe.mps"); }, exitOne, "can't read pipe.mps: it is a FIFO");
+    writeScript("includer.mps", "include pipe.mps\n");
+    EXPECT_EXIT({ YThread t("includer.mps"); }, exitOne, "can't read pipe.mps: it is a FIFO");
+    EXPECT_EXIT({ YThread t("/dev/null"); }, exitOne, "can't read /dev/null: it is a device");
+    std::filesystem::create_symlink("loop.mps", "loop.mps");
+    EXPECT_EXIT({ YThread t("loop.mps"); }, exitOne, "can't read loop.mps: .*symbolic links");
 }
 
 PXIStream* openFromMemory(const char* name) {
