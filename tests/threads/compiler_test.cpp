@@ -203,6 +203,31 @@ TEST_F(Compiler, LimitsAreRefusedWithAMessage) {
     for (int i = 0; i < 2100; ++i) deep += "if x\n";
     EXPECT_FALSE(compile(deep));
     EXPECT_NE(messages.back().find("nested too deep"), std::string::npos) << messages.back();
+
+    // Every refusal names its reason beside the line and the text.
+    std::string sum = "a";
+    for (int i = 0; i < 60; ++i) sum += "+a";
+    const struct {
+        std::string source, reason;
+    } refusals[] = {
+        {"say " + std::string(1024, 'w') + "\n", "a word longer than 1023 bytes"},
+        {std::string(1024, 'w') + "=1\n", "a word longer than 1023 bytes"},
+        {"x=[a " + std::string(1024, 'w') + "\n", "a word longer than 1023 bytes"},
+        {"say " + sum + "\n", "an expression too big for the compiler"},
+        {"say (a+b\n", "brackets or quotes that do not pair"},
+        {"say a++b\n", "an operand is missing"},
+    };
+    for (const auto& r : refusals) {
+        threads.clear();
+        EXPECT_FALSE(compile(r.source)) << r.reason;
+        EXPECT_NE(messages.back().find("1: " + r.reason), std::string::npos) << messages.back();
+    }
+    // A full heap: the list fills it, and the next new word finds no room.
+    threads.clear();
+    std::string fill = "x=[";
+    for (int i = 0; i < 32764; ++i) fill += "w ";
+    EXPECT_FALSE(compile(fill + "\nsay new\n"));
+    EXPECT_NE(messages.back().find("2: too many terms"), std::string::npos) << messages.back();
 }
 
 TEST_F(Compiler, ACommentBehindAHeaderLineIsNotItsBody) {
