@@ -18,6 +18,7 @@ inline constexpr int kExitOk = 0;
 inline constexpr int kExitIo = 1;  // a file could not be read or written
 inline constexpr int kExitUsage = 2;
 inline constexpr int kExitCompile = 3;
+inline constexpr int kExitTimeout = 4;  // bauble run: --timeout passed
 
 void setExitStatus(int status);
 
