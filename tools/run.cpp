@@ -67,7 +67,7 @@ void trace(const YThread& t, int statement, void*) {
 // statement it is about to run is its last.
 class Guard {
 public:
-    Guard(const RunOptions& o) : o_(o), start_(Clock::now()) {}
+    explicit Guard(const RunOptions& o) : o_(o), start_(Clock::now()) {}
 
     // Sees every statement when there is something to see it for.
     void install() {

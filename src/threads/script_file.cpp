@@ -195,10 +195,11 @@ int YThread::save(const char* path) const {
 // The file is read whole and goes the way of a stream: one reader, one set
 // of bounds, for both sources.
 int YThread::load(const char* path, int swap) {
-    char why[96] = "it cannot be found";
-    std::FILE* f = path ? bcthreads::openRegularFile(path, why, sizeof why) : nullptr;
+    if (!path) return 0;
+    char why[96];
+    std::FILE* f = bcthreads::openRegularFile(path, why, sizeof why);
     if (!f) {
-        if (path) showRefusal(path, why[0] ? why : "it cannot be found");
+        showRefusal(path, why[0] ? why : "it cannot be found");
         return 0;
     }
     long size = -1;

@@ -102,8 +102,9 @@ std::FILE* openRegularFile(const char* path, char* why, size_t whySize) {
         return nullptr;
     }
     struct stat st;
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-        std::snprintf(why, whySize, "%s", kindOf(st.st_mode));
+    bool known = ::fstat(fd, &st) == 0;
+    if (!known || !S_ISREG(st.st_mode)) {
+        std::snprintf(why, whySize, "%s", known ? kindOf(st.st_mode) : std::strerror(errno));
         ::close(fd);
         return nullptr;
     }
