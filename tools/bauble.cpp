@@ -1,132 +1,122 @@
-// bauble: the command-line host. It only calls the public API.
+// bauble: the command-line host. It only calls the public API. The command
+// line is CLI11's; every refusal names what it refused and ends with the
+// usage status, and each subcommand answers its own --help.
+#include <CLI/CLI.hpp>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string>
 
 #include "baublecore/baublecore.h"
 #include "commands.h"
 
-using bauble::usageError;
-
+namespace bauble {
 namespace {
 
-const char kUsage[] =
-    "usage: bauble [--help] [--version] COMMAND [ARGS]\n"
-    "\n"
-    "Runs scripted 2D scenes.\n"
-    "\n"
-    "commands:\n"
-    "  run         run a script: bauble run [--headless] [--tick-ms N] [--max-ticks N]\n"
-    "              [--seed N] [--trace] SCRIPT\n"
-    "  compile     write the compiled file of a script: bauble compile SCRIPT -o OUT\n"
-    "  inspect     show the statements, code words and heap records of a compiled\n"
-    "              script: bauble inspect FILE\n"
-    "  demo        run the embedded demo: bauble demo [--headless]\n"
-    "\n"
-    "options:\n"
-    "  --help      show this text and exit\n"
-    "  --version   show the library version and exit\n";
+int exitStatus = kExitOk;
 
-// The embedded demo: the library's version, then a short run of the task
-// loop that draws a moving square in a window, checked against the clock
-// and the window's pixels. It asks for the sdl backend (a real window)
-// unless told --headless; without a display pxbase falls back to headless.
-int demo(bool headless) {
-    std::printf("baublecore %s\n", BCSysGetVersion());
-    const char* backend = PXSysChooseBackend(headless ? "headless" : "sdl");
-    const bool virtualClock = std::strcmp(backend, "headless") == 0;
-    PXApp app;
-    PXWindow window(PXRect(64, 64, 384, 304), PXWindowStyleNormal, PXWindowRectClient);
-    PXWndCanvas* screen = window.canvas;
-    const PXColor ground(0x1000, 0x3000, 0x5000), square(0xFFFF, 0xC000, 0x2000);
-    // The picture is composed off screen and copied to the window once a
-    // pass, so the window never shows half a picture.
-    PXMemCanvas collector(screen->getWidth(), screen->getHeight(), screen->depth, 1);
-    struct Scene {
-        PXWndCanvas* screen;
-        PXMemCanvas* collector;
-        PXColor ground, square;
-        bool virtualClock;
-        uint32_t start;
-        int passes = 0;
-        void tick() {
-            ++passes;
-            int w = collector->getWidth(), h = collector->getHeight();
-            collector->fillColor = ground;
-            collector->draw(PXRect(0, 0, w, h));
-            int x = 20 + (passes * 4) % 240;
-            collector->fillColor = square;
-            collector->draw(PXRect(x, 90, x + 60, 150));
-            screen->blt(collector, 0, 0, w, h, 0, 0, kPXRopCopy, nullptr);
-            // Headless, 50 passes; on a screen, about a second and a half.
-            bool done = virtualClock ? passes == 50 : PXSysMilliSecCount() - start >= 1500;
-            if (done) PXApp::theApp->stop();
-        }
-    } scene{screen, &collector, ground, square, virtualClock, PXSysMilliSecCount()};
-    PXLinkToMember<Scene> link(&scene, &Scene::tick);
-    PXTask task(&link, 0);
-    app.addTask(&task);
-    app.run();
-    uint32_t elapsed = PXSysMilliSecCount() - scene.start;
-    std::printf("task loop: %d passes, %u ms on the %s clock\n", scene.passes, elapsed, backend);
-    // The last square stands at x..x+60; the pixels on and beside it must be
-    // the colours drawn.
-    int x = 20 + (scene.passes * 4) % 240;
-    bool pixels = screen->valid() && screen->mapColor(square) != screen->mapColor(ground) &&
-                  screen->getPixel(x + 30, 120) == screen->mapColor(square) &&
-                  screen->getPixel(x + 30, 60) == screen->mapColor(ground);
-    bool clock = virtualClock ? scene.passes == 50 && elapsed == 50 * PXHeadlessTickMs()
-                              : scene.passes > 0 && elapsed >= 1500;
-    bool ok = pixels && clock;
-    std::printf("smoke check: %s\n", ok ? "ok" : "FAILED");
-    return ok ? 0 : 1;
+// The library keeps a script's name in a buffer of 128 bytes.
+constexpr size_t kLongestFileName = 127;
+
+// Decimal digits with an optional leading minus, nothing else: CLI11 alone
+// would take hexadecimal and octal and saturate what does not fit.
+bool parseWhole(const std::string& text, int64_t& out) {
+    size_t digits = text.size() > 0 && text[0] == '-' ? 1 : 0;
+    if (digits == text.size()) return false;
+    for (size_t i = digits; i < text.size(); ++i)
+        if (text[i] < '0' || text[i] > '9') return false;
+    errno = 0;
+    char* end = nullptr;
+    long long v = std::strtoll(text.c_str(), &end, 10);
+    if (errno == ERANGE || *end) return false;
+    out = v;
+    return true;
+}
+
+// "bauble run" for an error inside run's options, "bauble" otherwise.
+std::string commandPath(const CLI::App* app) {
+    std::string path = app->get_name();
+    for (const CLI::App* at = app; !at->get_subcommands().empty();) {
+        at = at->get_subcommands().back();
+        path += " " + at->get_name();
+    }
+    return path;
 }
 
 }  // namespace
 
-namespace bauble {
+void setExitStatus(int status) { exitStatus = status; }
 
-int usageError(const char* what, const char* arg) {
-    std::fprintf(stderr, "bauble: %s '%s'\n", what, arg);
-    std::fprintf(stderr, "Try 'bauble --help' for more information.\n");
-    return kExitUsage;
+CLI::Option* addNumber(CLI::App& app, const std::string& name, int64_t& out, int64_t min, int64_t max,
+                       const std::string& help) {
+    std::string range = "a whole number from " + std::to_string(min) + " to " + std::to_string(max);
+    CLI::Validator inRange(
+        [=](std::string& text) -> std::string {
+            int64_t v = 0;
+            if (!parseWhole(text, v) || v < min || v > max) return "'" + text + "' is not " + range;
+            text = std::to_string(v);  // what CLI11 converts next, in the one reading it agrees with
+            return {};
+        },
+        "");
+    return app.add_option(name, out, help + " (" + std::to_string(min) + " to " + std::to_string(max) + ")")
+        ->type_name("N")
+        ->transform(inRange);
 }
 
-bool numberOption(const char* option, const char* text, long& out) {
-    char* end = nullptr;
-    out = std::strtol(text, &end, 10);
-    if (!*text || *end) {
-        usageError("not a number for", option);
-        return false;
-    }
-    return true;
+CLI::Option* addFileName(CLI::App& app, const std::string& name, std::string& out, const std::string& help) {
+    CLI::Validator usable(
+        [](std::string& text) -> std::string {
+            if (text.empty()) return "a file name is not empty";
+            if (text.size() > kLongestFileName)
+                return "a file name has at most " + std::to_string(kLongestFileName) + " bytes";
+            return {};
+        },
+        "");
+    return app.add_option(name, out, help)->check(usable);
 }
 
 }  // namespace bauble
 
 int main(int argc, char** argv) {
+    CLI::App app("Runs scripted 2D scenes.", "bauble");
+    app.get_formatter()->label("Usage", "usage");
+    app.get_formatter()->column_width(24);
+    app.require_subcommand(0, 1);
+    // An option given twice takes its last value, so a wrapper's defaults can
+    // be overridden by what follows them.
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    app.add_flag_callback(
+        "--version",
+        [] {
+            std::printf("bauble %s\n", BCSysGetVersion());
+            throw CLI::Success();
+        },
+        "Show the library version and exit");
+    app.failure_message([](const CLI::App* root, const CLI::Error& e) {
+        std::string path = bauble::commandPath(root);
+        return path + ": " + e.what() + "\nTry '" + path + " --help' for more information.\n";
+    });
+    bauble::addRunCommand(app);
+    bauble::addCompileCommand(app);
+    bauble::addInspectCommand(app);
+    bauble::addDemoCommand(app);
+
     if (argc < 2) {
-        std::fputs(kUsage, stderr);
-        return 2;
+        std::fputs(app.help().c_str(), stderr);
+        return bauble::kExitUsage;
     }
-    const char* cmd = argv[1];
-    if (!std::strcmp(cmd, "--help") || !std::strcmp(cmd, "-h")) {
-        std::fputs(kUsage, stdout);
-        return 0;
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        // Help and version end well; every other refusal is a usage error.
+        return app.exit(e) == 0 ? bauble::kExitOk : bauble::kExitUsage;
     }
-    if (!std::strcmp(cmd, "--version")) {
-        std::printf("bauble %s\n", BCSysGetVersion());
-        return 0;
+    // Options alone, with no command: an unknown word would have been
+    // refused above by name.
+    if (app.get_subcommands().empty()) {
+        std::fputs("bauble: a command is required\nTry 'bauble --help' for more information.\n", stderr);
+        return bauble::kExitUsage;
     }
-    if (!std::strcmp(cmd, "run")) return bauble::runCommand(argc - 2, argv + 2);
-    if (!std::strcmp(cmd, "compile")) return bauble::compileCommand(argc - 2, argv + 2);
-    if (!std::strcmp(cmd, "inspect")) return bauble::inspectCommand(argc - 2, argv + 2);
-    if (!std::strcmp(cmd, "demo")) {
-        bool headless = argc > 2 && !std::strcmp(argv[2], "--headless");
-        int used = headless ? 3 : 2;
-        if (argc > used) return usageError("unexpected argument", argv[used]);
-        return demo(headless);
-    }
-    if (cmd[0] == '-') return usageError("unknown option", cmd);
-    return usageError("unknown command", cmd);
+    return bauble::exitStatus;
 }

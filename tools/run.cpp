@@ -1,9 +1,14 @@
 // bauble run: builds the application, starts a thread on a script and runs
-// the task loop until `quit`, until no thread is valid any more, or until
-// the tick limit.
+// the task loop until `quit`, until no thread is valid any more, until the
+// tick limit, or until the timeout.
+#include <CLI/CLI.hpp>
+
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string>
 
 #include "baublecore/baublecore.h"
 #include "commands.h"
@@ -11,8 +16,15 @@
 namespace bauble {
 namespace {
 
-const char kRunUsage[] =
-    "usage: bauble run [--headless] [--tick-ms N] [--max-ticks N] [--seed N] [--trace] SCRIPT\n";
+struct RunOptions {
+    bool headless = false;
+    int64_t tickMs = 10;
+    int64_t maxTicks = 0;
+    int64_t seed = -1;
+    double timeout = 0;  // seconds of wall time, 0 for none
+    bool trace = false;
+    std::string script;
+};
 
 // Writes each statement about to run: thread, index, command and its
 // operands. A plain variable shows its value; every other term shows its
@@ -46,74 +58,155 @@ void trace(const YThread& t, int statement, void*) {
     std::fputc('\n', stderr);
 }
 
-// Ends the run once no thread is valid any more (and no window is open).
-void watch() {
-    for (PXListWalk<YThread> walk(YThread::threadList); YThread* t = walk.next();)
-        if (*t) return;
-    if (PXApp::theApp) PXApp::theApp->stop();
-}
+// What ends a run from outside the script, without changing what the script
+// computes. The tick limit counts passes of the task loop; a script in status
+// 1 (after `yield 1` or a bare `yield`) runs every statement it can inside
+// one pass, so a pass that runs more statements than the limit ends the run
+// too. The timeout is wall time, looked at after every pass and every 1024
+// statements inside one. Either stops the thread that is stepping: the
+// statement it is about to run is its last.
+class Guard {
+public:
+    explicit Guard(const RunOptions& o) : o_(o), start_(Clock::now()) {}
 
-}  // namespace
+    // Sees every statement when there is something to see it for.
+    void install() {
+        if (o_.trace || o_.maxTicks > 0 || o_.timeout > 0) baublecore::setTraceHook(onStatement, this);
+    }
+    ~Guard() { baublecore::setTraceHook(nullptr, nullptr); }
 
-int runCommand(int argc, char** argv) {
-    long tickMs = 10, maxTicks = 0, seed = -1;
-    bool tracing = false;
-    bool headless = false;
-    const char* script = nullptr;
-    for (int i = 0; i < argc; ++i) {
-        const char* a = argv[i];
-        auto value = [&](long& out) {
-            if (i + 1 >= argc) return usageError("missing value for", a) == 0;
-            return numberOption(a, argv[++i], out);
-        };
-        if (!std::strcmp(a, "--headless")) {
-            headless = true;
-        } else if (!std::strcmp(a, "--tick-ms")) {
-            if (!value(tickMs) || tickMs < 0) return kExitUsage;
-        } else if (!std::strcmp(a, "--max-ticks")) {
-            if (!value(maxTicks) || maxTicks < 0) return kExitUsage;
-        } else if (!std::strcmp(a, "--seed")) {
-            if (!value(seed)) return kExitUsage;
-            if (seed < 0 || seed > 0xFFFFFFFFL) return usageError("not a seed (0 to 4294967295)", argv[i]);
-        } else if (!std::strcmp(a, "--trace")) {
-            tracing = true;
-        } else if (!std::strcmp(a, "--help")) {
-            std::fputs(kRunUsage, stdout);
-            return kExitOk;
-        } else if (a[0] == '-' && a[1]) {
-            return usageError("unknown option", a);
-        } else if (script) {
-            return usageError("unexpected argument", a);
-        } else {
-            script = a;
+    // Once a pass, after the threads: the next pass starts its count afresh,
+    // and the run ends once no thread is valid any more.
+    void pass() {
+        statementsThisPass_ = 0;
+        if (!stopped_ && timedOut()) {
+            YThread* t = YThread::getCurrent();
+            stop(t, t ? t->pc : -1, kTimedOut);
         }
-    }
-    if (!script) {
-        std::fputs(kRunUsage, stderr);
-        return kExitUsage;
+        if (stopped_) return;
+        for (PXListWalk<YThread> walk(YThread::threadList); YThread* t = walk.next();)
+            if (*t) return;
+        if (PXApp::theApp) PXApp::theApp->stop();
     }
 
+    // The status the run ends with; what stopped it on standard error.
+    int report() const {
+        if (!stopped_) return kExitOk;
+        if (stopped_ == kTimedOut)
+            std::fprintf(stderr, "bauble run: timed out after %g s (--timeout): %s\n", o_.timeout, where_.c_str());
+        else
+            std::fprintf(stderr, "bauble run: more than %lld statements in one pass (--max-ticks): %s\n",
+                         static_cast<long long>(o_.maxTicks), where_.c_str());
+        return stopped_ == kTimedOut ? kExitTimeout : kExitOk;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    enum Stop { kRunning, kTimedOut, kTooManyStatements };
+
+    static void onStatement(const YThread& t, int statement, void* self) {
+        auto* g = static_cast<Guard*>(self);
+        if (g->o_.trace) trace(t, statement, nullptr);
+        if (g->stopped_) return g->stop(g->stepping(t), statement, g->stopped_);
+        if (g->o_.maxTicks > 0 && ++g->statementsThisPass_ > g->o_.maxTicks)
+            return g->stop(g->stepping(t), statement, kTooManyStatements);
+        if (g->o_.timeout > 0 && (++g->sinceClock_ & 1023) == 0 && g->timedOut())
+            g->stop(g->stepping(t), statement, kTimedOut);
+    }
+
+    bool timedOut() const {
+        return o_.timeout > 0 && std::chrono::duration<double>(Clock::now() - start_).count() >= o_.timeout;
+    }
+
+    // The hook sees a thread as const; the list holds it as it is.
+    static YThread* stepping(const YThread& t) {
+        for (PXListWalk<YThread> walk(YThread::threadList); YThread* each = walk.next();)
+            if (each == &t) return each;
+        return nullptr;
+    }
+
+    void stop(YThread* t, int statement, Stop why) {
+        if (!stopped_) {
+            stopped_ = why;
+            where_ = describe(t, statement);
+        }
+        if (t) t->stop();
+        if (PXApp::theApp) PXApp::theApp->stop();
+    }
+
+    static std::string describe(const YThread* t, int statement) {
+        if (!t) return "no script";
+        std::string s = t->getName()[0] ? t->getName() : "(stream)";
+        s += ", statement #" + std::to_string(statement);
+        if (t->jumps && statement >= 0 && statement <= t->jumpCount) {
+            const char* command = baublecore::commandName(t->jumps[statement].command);
+            s += std::string(" (") + (command ? command : "?") + ")";
+        }
+        return s;
+    }
+
+    const RunOptions& o_;
+    Clock::time_point start_;
+    int64_t statementsThisPass_ = 0;
+    uint32_t sinceClock_ = 0;
+    Stop stopped_ = kRunning;
+    std::string where_;
+};
+
+int run(const RunOptions& o) {
     // The real display when there is one and it is wanted; pxbase falls back
     // to the headless backend, with its virtual clock, otherwise.
-    PXSysChooseBackend(headless ? "headless" : "sdl");
-    PXHeadlessSetTickMs(static_cast<uint32_t>(tickMs));
+    PXSysChooseBackend(o.headless ? "headless" : "sdl");
+    PXHeadlessSetTickMs(static_cast<uint32_t>(o.tickMs));
     PXApp app;
-    if (seed >= 0) std::srand(static_cast<unsigned>(seed));
-    if (tracing) baublecore::setTraceHook(trace, nullptr);
+    if (o.seed >= 0) std::srand(static_cast<unsigned>(o.seed));
+    Guard guard(o);
 
-    auto* thread = new YThread(script);
+    auto* thread = new YThread(o.script.c_str());
     if (!*thread) {
         delete thread;
         return kExitCompile;
     }
-    PXLinkToFct watcher(watch);
+    guard.install();
+    PXLinkToMember<Guard> watcher(&guard, &Guard::pass);
     PXTask watchTask(&watcher, 0);
     app.addTask(&watchTask);
     thread->go();
-    app.run(static_cast<uint64_t>(maxTicks));
+    app.run(static_cast<uint64_t>(o.maxTicks));
     app.removeTask(&watchTask);
     delete thread;
-    return kExitOk;
+    return guard.report();
+}
+
+}  // namespace
+
+void addRunCommand(CLI::App& app) {
+    CLI::App* run = app.add_subcommand("run", "Run a script until it quits, no thread is valid, or the tick limit");
+    auto o = std::make_shared<RunOptions>();
+    run->add_flag("--headless", o->headless, "Use the headless backend even with a display");
+    addNumber(*run, "--tick-ms", o->tickMs, 0, 60000, "Milliseconds the headless clock moves each pass, 10 unless given");
+    addNumber(*run, "--max-ticks", o->maxTicks, 0, INT64_MAX, "Passes of the task loop at most, 0 for no limit");
+    addNumber(*run, "--seed", o->seed, 0, UINT32_MAX, "Seed of the random term ? instead of the clock");
+    // Seconds in decimal, more than 0; a day at most, so that a mistyped
+    // value does not leave a run going for ever.
+    CLI::Validator seconds(
+        [](std::string& text) -> std::string {
+            size_t digits = text.find_first_not_of("0123456789");
+            bool decimal = !text.empty() && text[0] != '.' && text.back() != '.' &&
+                           (digits == std::string::npos ||
+                            (text[digits] == '.' && text.find_first_not_of("0123456789", digits + 1) == std::string::npos));
+            double v = decimal ? std::strtod(text.c_str(), nullptr) : 0;
+            if (!decimal || !(v > 0 && v <= 86400)) return "'" + text + "' is not a number of seconds from 0 to 86400, above 0";
+            return {};
+        },
+        "");
+    run->add_option("--timeout", o->timeout, "Seconds of wall time before the run is stopped, with status 4")
+        ->type_name("SECONDS")
+        ->check(seconds);
+    run->add_flag("--trace", o->trace, "Write each statement about to run to standard error");
+    addFileName(*run, "SCRIPT", o->script, "The script, source or compiled, named from the current folder")
+        ->required();
+    run->callback([o] { setExitStatus(bauble::run(*o)); });
 }
 
 }  // namespace bauble

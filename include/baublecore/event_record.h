@@ -51,10 +51,6 @@ private:
     friend struct bcthreads::ThreadsAccess;
 
     eventRecord(const char* name, int32_t entry, PXScriptableObject* object, const char* property);
-    // A timer's record lives for one step only and is not on the list, so a
-    // flush during its handler cannot reach it.
-    struct Unlisted {};
-    eventRecord(Unlisted, const char* name, int32_t entry);
 
     int find(const void* o) const { return o == object; }
     int findBoth() const;

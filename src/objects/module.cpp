@@ -42,8 +42,8 @@ std::vector<std::string> listDirectory(Keep keep) {
 
 // Class names ignore case, so the module of "widget" is "Widget.plg" too:
 // the exact name first, else the first file whose name matches ignoring case.
+// The name is a plain file name (load refuses any other).
 std::string modulePath(const char* fileName) {
-    if (std::strchr(fileName, '/')) return fileName;
     if (::access(fileName, F_OK) != 0) {
         auto same = listDirectory([&](const char* f) { return bcobjects::sameIgnoringCase(f, fileName); });
         if (!same.empty()) return "./" + same.front();
@@ -66,6 +66,11 @@ void PXSR::load(const char* name) {
 
     // The class name and the file name (with the extension added when the
     // name has no dot) each fit in 128 bytes, or there is no such class.
+    // Only a plain file name in the current directory is ever opened: a name
+    // with a path separator (the backslash too, should the name come from
+    // another system) names no module, and neither does one whose class
+    // name is empty ("." and ".." among them).
+    if (std::strpbrk(name, "/\\") || name[0] == '.') return;
     bool dotted = std::strchr(name, '.') != nullptr;
     size_t fileLength = std::strlen(name) + (dotted ? 0 : std::strlen(extension()));
     if (fileLength >= kNameBuffer) return;

@@ -78,6 +78,18 @@ const Keyword* findKeyword(const char* t, int length) {
 
 bool hasBody(YCMND c) { return c == ycIf || c == ycFor || c == ycProcedure || c == ycElse; }
 
+constexpr const char* kLongWord = "a word longer than 1023 bytes";
+
+// The reason a compile message gives when no refusal named one.
+const char* reasonFor(int error) {
+    switch (error) {
+        case bcvalues::kErrBrackets: return "brackets or quotes that do not pair";
+        case bcvalues::kErrMissing: return "an operand is missing between two operators";
+        case bcvalues::kErrUnquoted: return "a quote that is not closed";
+        default: return "a term the compiler cannot hold";
+    }
+}
+
 }  // namespace
 
 const char* keywordText(YCMND command) {
@@ -113,7 +125,8 @@ void showCompileError() {
     if (at)
         for (const char* p = textBuffer; p < at; ++p) line += *p == '\r';
     int n = std::snprintf(text, sizeof text, "%d: ", line);
-    if (refusal) n += std::snprintf(text + n, sizeof text - n, "%s: ", refusal);
+    const char* why = refusal ? refusal : compileError ? reasonFor(compileError) : "a statement left open";
+    n += std::snprintf(text + n, sizeof text - n, "%s: ", why);
     if (at) {
         const char* from = at - textBuffer >= 6 ? at - 6 : textBuffer;
         const char* end = at;
@@ -204,8 +217,13 @@ int YThread::doClause() {
     if (p > t && p[-1] == '=') {
         // An assignment: the `=` touches the name.
         char c = *p;
+        if (length > bcvalues::kTextMax) {
+            refuse(kLongWord);
+            return 0;
+        }
+        // Index 0 is SYSTEM, a target like any other; only -1 is a failure.
         int target = YHeap::theHeap.pile(t, length, nullptr);
-        if (target <= 0) {
+        if (target < 0) {
             refuse("too many terms");
             return 0;
         }
@@ -216,7 +234,7 @@ int YThread::doClause() {
             char buffer[bcvalues::kValueBufferSize];
             while (bcthreads::skipBlanks(p, 0)) {
                 int clone = YHeap::theHeap.clone(target);
-                if (clone <= 0) {
+                if (clone < 0) {
                     refuse("too many terms");
                     return 0;
                 }
@@ -225,6 +243,7 @@ int YThread::doClause() {
                 if (associate > 0) slot = YHeap::theHeap[associate];
                 tokenStart = p;
                 int n = advancePastSeparator(p, 1);
+                if (n > bcvalues::kTextMax) refuse(kLongWord);
                 if (compileError) return 0;
                 YVariable word(tokenStart, n, static_cast<const char*>(nullptr));
                 word.value(buffer);
@@ -330,11 +349,17 @@ void YThread::doExpression() {
 int YThread::attach(const char* text) {
     char* end = const_cast<char*>(text);
     int n = advancePastSeparator(end, 1);
+    if (n > bcvalues::kTextMax) refuse(kLongWord);
+    bool failedBefore = compileError != 0;
     int index = bcvalues::ValuesAccess::attach(YHeap::theHeap, text, n);
-    if (index < 0) {
-        refuse("too many terms");
-        index = 0;
+    // The expression compiler's "too long" is either a full heap (no room
+    // for a term) or an expression beyond its code and terminal buffers.
+    bool heapFull = YHeap::theHeap.size() > bcvalues::kLastIndex;
+    if (!failedBefore && (index < 0 || compileError == bcvalues::kErrTooLong)) {
+        compileError = bcvalues::kErrTooLong;
+        refusal = heapFull ? "too many terms" : "an expression too big for the compiler";
     }
+    if (index < 0) index = 0;
     if (codeBuffer)
         emitWord(index);
     return index;

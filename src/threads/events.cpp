@@ -1,6 +1,7 @@
-// Event records and delivery. A record is made by `set` (and by the timers,
-// for one step); the object's watcher link carries it as data, and
-// handleEvent runs the procedure as an interrupt of the thread.
+// Event records and delivery. A record is made by `set`, and by the timers
+// for one step; every record is on the list. The object's watcher link
+// carries it as data, and handleEvent runs the procedure as an interrupt of
+// the thread.
 #include "baublecore/event_record.h"
 
 #include <cstdlib>
@@ -54,9 +55,6 @@ eventRecord::eventRecord(const char* n, int32_t e, PXScriptableObject* o, const 
     }
     if (eventRecordList) eventRecordList->append(this);
 }
-
-eventRecord::eventRecord(Unlisted, const char* n, int32_t e)
-    : entry(e), object(nullptr), name(n), property(nullptr), serial(0) {}
 
 eventRecord::~eventRecord() {
     unhook(*this);

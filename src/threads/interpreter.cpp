@@ -223,11 +223,11 @@ void YThread::step(const void* event) {
         startInterrupt(record->entry);
     }
     if (pauseUntil && PXSysMilliSecCount() > pauseUntil) {
+        // Only the running state wakes: inside a handler, the main line's
+        // saved sleep (a wait, or a pause of its own) comes back when the
+        // handler ends, and only drop wait or the host's resume ends a wait.
         pauseUntil = 0;
         sleeping = 0;
-        // Woken inside a handler: the main line's pause is over too, or it
-        // would sleep for good once the handler ends.
-        if (inInterrupt) savedSleeping = 0;
     }
     if (sleeping) return;
 

@@ -97,18 +97,29 @@ int YThread::advance() {
 }
 
 int YThread::age() {
+    // A timer's event is a record made through the constructor like every
+    // other, so that the handler's first statement finds it on the list (get
+    // RECEIVER name); it goes after that one step. The step may have flushed
+    // the list (drop baubles, a leaving thread) and the record with it: it is
+    // looked up again by its key.
+    auto fire = [this](const char* name, int32_t entry) {
+        auto* record = new eventRecord(name, entry, nullptr, nullptr);
+        const void* key = recordKey(*record);
+        step(record);
+        // Without a list (after the library's end) nothing could take it.
+        delete (eventRecord::eventRecordList ? recordByKey(key) : record);
+    };
     ++scheduleAge;
     ++idleAge;
     if (scheduleEntry && scheduleAge > scheduleLimit) {
-        eventRecord record(eventRecord::Unlisted{}, keywordText(ycSchedule), scheduleEntry);
+        int32_t entry = scheduleEntry;
         scheduleEntry = scheduleAge = idleAge = 0;
-        step(&record);
+        fire(keywordText(ycSchedule), entry);
         if (yield != kYieldEventsOff) return yield >= 0 ? 1 : 0;
     }
     if (idleEntry && idleAge > idleLimit) {
-        eventRecord record(eventRecord::Unlisted{}, keywordText(ycIdle), idleEntry);
         idleAge = 0;
-        step(&record);
+        fire(keywordText(ycIdle), idleEntry);
         if (yield != kYieldEventsOff) return yield >= 0 ? 1 : 0;
     }
     return 0;

@@ -195,8 +195,13 @@ int YThread::save(const char* path) const {
 // The file is read whole and goes the way of a stream: one reader, one set
 // of bounds, for both sources.
 int YThread::load(const char* path, int swap) {
-    std::FILE* f = path ? std::fopen(path, "rb") : nullptr;
-    if (!f) return 0;
+    if (!path) return 0;
+    char why[96];
+    std::FILE* f = bcthreads::openRegularFile(path, why, sizeof why);
+    if (!f) {
+        showRefusal(path, why[0] ? why : "it cannot be found");
+        return 0;
+    }
     long size = -1;
     if (std::fseek(f, 0, SEEK_END) == 0) size = std::ftell(f);
     if (size < 0 || size > kLargestFile || std::fseek(f, 0, SEEK_SET) != 0) {

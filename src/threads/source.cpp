@@ -5,6 +5,11 @@
 //
 // Bytes: CR ends a line; LF is a blank, so CR LF files work and an LF-only
 // file is one line; bytes from 128 up separate words outside quotes.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -77,7 +82,39 @@ void takeText(const uint8_t* bytes, size_t size, int offset) {
     tokenStart = textCursor = textBuffer + offset;
 }
 
+const char* kindOf(mode_t mode) {
+    if (S_ISDIR(mode)) return "it is a directory";
+    if (S_ISFIFO(mode)) return "it is a FIFO";
+    if (S_ISCHR(mode) || S_ISBLK(mode)) return "it is a device";
+    if (S_ISSOCK(mode)) return "it is a socket";
+    return "it is not a regular file";
+}
+
 }  // namespace
+
+std::FILE* openRegularFile(const char* path, char* why, size_t whySize) {
+    why[0] = '\0';
+    // Opened without waiting, so that a FIFO cannot block; a regular file
+    // reads the same either way.
+    int fd = ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        if (errno != ENOENT && errno != ENOTDIR) std::snprintf(why, whySize, "%s", std::strerror(errno));
+        return nullptr;
+    }
+    struct stat st;
+    bool known = ::fstat(fd, &st) == 0;
+    if (!known || !S_ISREG(st.st_mode)) {
+        std::snprintf(why, whySize, "%s", known ? kindOf(st.st_mode) : std::strerror(errno));
+        ::close(fd);
+        return nullptr;
+    }
+    std::FILE* f = ::fdopen(fd, "rb");
+    if (!f) {
+        std::snprintf(why, whySize, "%s", std::strerror(errno));
+        ::close(fd);
+    }
+    return f;
+}
 
 void endCompilation() {
     for (PXListWalk<IncludeRecord> walk(includeStack); IncludeRecord* r = walk.next();) {
@@ -114,14 +151,25 @@ int YThread::compile(const char* source) {
 int YThread::fillTextBuffer(const char* source, int offset) {
     fileName[0] = '\0';
     if (!source || std::strlen(source) >= kFileNameSize) {
-        char text[96];
-        std::snprintf(text, sizeof text, "can't find %.40s... (a file name has at most %d bytes)",
+        // Refused, not looked for: the name buffers hold 127 bytes.
+        char text[128];
+        std::snprintf(text, sizeof text, "can't read %.40s...: a script name has at most %d bytes",
                       source ? source : "", kFileNameSize - 1);
         PXSysUserMessage(text, 0x3000, nullptr);
         compileError = 2;
         return -1;
     }
-    std::FILE* f = std::fopen(source, "rb");
+    char why[96];
+    std::FILE* f = openRegularFile(source, why, sizeof why);
+    if (!f && why[0]) {
+        // The disk has something of that name that is no script to read (a
+        // directory, a FIFO, a device, a file without permission): it ends
+        // the process like a missing file, and is not handed to the url
+        // opener, which would read something else under the same name.
+        char text[kFileNameSize + sizeof why + 16];
+        std::snprintf(text, sizeof text, "can't read %s: %s", source, why);
+        fatal(text);
+    }
     if (f) {
         setFileName(source);
         int first = std::fgetc(f);

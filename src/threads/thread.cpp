@@ -175,7 +175,8 @@ void YThread::set(const char* scriptName) {
     strip();
     if (tooLong) {
         name[0] = '\0';
-        PXSysUserMessage("can't find a script of a name that long", 0x3000, nullptr);
+        PXSysUserMessage("can't read a script of a name that long: a script name has at most 127 bytes",
+                         0x3000, nullptr);
     }
     if (name[0]) {
         stack = new int16_t[kStackWords];

@@ -4,7 +4,9 @@
 // operations of YThread and eventRecord.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include "baublecore/event_record.h"
 #include "baublecore/thread.h"
@@ -66,6 +68,12 @@ constexpr const char* commandName(YCMND command) {
 }
 // Any 32-bit number converts to YCMND (its underlying type is int32_t).
 constexpr bool isCommand(int command) { return commandName(static_cast<YCMND>(command)) != nullptr; }
+
+// Opens a file for reading only when it is a regular file. Null when it is
+// not: `why` is then empty when nothing of that name exists, or says what
+// stands there instead ("it is a directory", "it is a FIFO", ...) or why it
+// could not be opened.
+std::FILE* openRegularFile(const char* path, char* why, size_t whySize);
 
 // The keyword table's own text for a command ("schedule", "idle", ...): the
 // timers' event names, compared by address.

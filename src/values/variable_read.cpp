@@ -76,34 +76,32 @@ int readLiteral(const YVariable& v, char* dst) {
 }
 
 int readSlice(const YVariable& v, char* dst) {
-    // The base text is copied to dst at once: reading the start and length
-    // may reuse the value buffers.
+    // The base text is kept in a buffer of its own: reading a start or a
+    // length that is not a plain term (a compound name) goes through the
+    // value buffers, and dst may be one of them. The parts are still read
+    // in order, base first, so random terms draw as they always did.
+    char whole[kValueBufferSize];
     int baseLen = 0;
     const YVariable* base = termAt(v.terms, 0);
     const char* t = base ? base->value(baseLen) : "";
-    int L = copyOut(dst, t, baseLen);
+    int L = copyOut(whole, t, baseLen);
 
     if (v.size_ == 1) {
         int32_t s = longOf(termAt(v.terms, 1));
         if (s > L) return copyOut(dst, "", 0), 0;
         int start = s < 2 ? 0 : s - 1;
-        std::memmove(dst, dst + start, static_cast<size_t>(L - start) + 1);
+        copyOut(dst, whole + start, L - start);
         return 0;
     }
     int32_t n = longOf(termAt(v.terms, 2));
     if (n < 0) n = 0;
     if (n > L) n = L;
-    if (v.terms && v.terms[1] == kNoTerm) {
-        std::memmove(dst, dst + L - n, static_cast<size_t>(n));
-        dst[n] = '\0';
-        return 0;
-    }
+    if (v.terms && v.terms[1] == kNoTerm) return copyOut(dst, whole + L - n, n), 0;
     int32_t s = longOf(termAt(v.terms, 1));
     if (s > L) return copyOut(dst, "", 0), 0;
     int start = s < 2 ? 0 : s - 1;
     if (n > L - start) n = L - start;
-    std::memmove(dst, dst + start, static_cast<size_t>(n));
-    dst[n] = '\0';
+    copyOut(dst, whole + start, n);
     return 0;
 }
 

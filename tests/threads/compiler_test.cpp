@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -61,7 +64,8 @@ TEST_F(Compiler, WorkedExampleGivesItsTableAndCodeWords) {
 }
 
 TEST_F(Compiler, WordsBecomeStatementsByTheirShape) {
-    YThread& t = compile("x = 5\nx=\ny=x z\nif=1\nsayit\niffy 2\nx=[1 2 3]\ndrop [name\n");
+    YThread& t = compile("x = 5\nx=\ny=x z\nif=1\nsayit\niffy 2\nx=[1 2 3]\ndrop [name\n"
+                         "SYSTEM=\"MAC\"\nSYSTEM=[w\n");
     ASSERT_TRUE(t);
     std::vector<Entry> got = table(t);
     EXPECT_EQ(got[0].command, ycCustom);
@@ -79,6 +83,10 @@ TEST_F(Compiler, WordsBecomeStatementsByTheirShape) {
     EXPECT_EQ(operands(t, 6), (std::vector<std::string>{"[name", "name"}));
     EXPECT_EQ(valueOf("x.1"), "1");
     EXPECT_EQ(valueOf("x.3"), "3]");
+    // SYSTEM is heap index 0, and a target like any other.
+    EXPECT_EQ(got[7].command, ycAssign);
+    EXPECT_EQ(operands(t, 7), (std::vector<std::string>{"SYSTEM", "\"MAC\""}));
+    EXPECT_EQ(valueOf("SYSTEM.1"), "w");
 }
 
 TEST_F(Compiler, ABracketInsideAnOperandListLeavesTheBlockOpen) {
@@ -195,6 +203,31 @@ TEST_F(Compiler, LimitsAreRefusedWithAMessage) {
     for (int i = 0; i < 2100; ++i) deep += "if x\n";
     EXPECT_FALSE(compile(deep));
     EXPECT_NE(messages.back().find("nested too deep"), std::string::npos) << messages.back();
+
+    // Every refusal names its reason beside the line and the text.
+    std::string sum = "a";
+    for (int i = 0; i < 60; ++i) sum += "+a";
+    const struct {
+        std::string source, reason;
+    } refusals[] = {
+        {"say " + std::string(1024, 'w') + "\n", "a word longer than 1023 bytes"},
+        {std::string(1024, 'w') + "=1\n", "a word longer than 1023 bytes"},
+        {"x=[a " + std::string(1024, 'w') + "\n", "a word longer than 1023 bytes"},
+        {"say " + sum + "\n", "an expression too big for the compiler"},
+        {"say (a+b\n", "brackets or quotes that do not pair"},
+        {"say a++b\n", "an operand is missing"},
+    };
+    for (const auto& r : refusals) {
+        threads.clear();
+        EXPECT_FALSE(compile(r.source)) << r.reason;
+        EXPECT_NE(messages.back().find("1: " + r.reason), std::string::npos) << messages.back();
+    }
+    // A full heap: the list fills it, and the next new word finds no room.
+    threads.clear();
+    std::string fill = "x=[";
+    for (int i = 0; i < 32764; ++i) fill += "w ";
+    EXPECT_FALSE(compile(fill + "\nsay new\n"));
+    EXPECT_NE(messages.back().find("2: too many terms"), std::string::npos) << messages.back();
 }
 
 TEST_F(Compiler, ACommentBehindAHeaderLineIsNotItsBody) {
@@ -225,9 +258,17 @@ TEST_F(Compiler, IncludeRefusesCompiledScriptsAndLongNames) {
     YThread a("a.mps");
     EXPECT_FALSE(a);
     EXPECT_NE(messages.back().find("a compiled script cannot be included"), std::string::npos);
-    writeScript("b.mps", "include " + std::string(140, 'n') + "\n");
+    // A name too long for the name buffers is refused for that reason, even
+    // when the file is there.
+    const std::string longName(140, 'n');
+    writeScript(longName, "say 1\n");
+    writeScript("b.mps", "include " + longName + "\n");
     YThread b("b.mps");
     EXPECT_FALSE(b);
+    YThread direct(longName.c_str());
+    EXPECT_FALSE(direct);
+    EXPECT_NE(messages.back().find("a script name has at most 127 bytes"), std::string::npos) << messages.back();
+    EXPECT_EQ(messages.back().find("can't find"), std::string::npos) << messages.back();
 }
 
 TEST_F(Compiler, IncludeReadsAFileInPlaceOfItsLine) {
@@ -268,13 +309,24 @@ TEST_F(Compiler, WithoutANameTheFileChooserIsAsked) {
 
 using SourceDeathTest = Compiler;
 
-TEST_F(SourceDeathTest, MissingOrOversizedFilesEndTheProcess) {
-    EXPECT_EXIT({ YThread t("nowhere.mps"); }, ::testing::ExitedWithCode(1), "can't find nowhere.mps");
+TEST_F(SourceDeathTest, MissingUnreadableOrOversizedFilesEndTheProcessSayingWhy) {
+    const auto exitOne = ::testing::ExitedWithCode(1);
+    EXPECT_EXIT({ YThread t("nowhere.mps"); }, exitOne, "can't find nowhere.mps");
     std::ofstream("big.mps", std::ios::binary) << std::string(65536, ' ');
-    EXPECT_EXIT({ YThread t("big.mps"); }, ::testing::ExitedWithCode(1), "Script too long");
+    EXPECT_EXIT({ YThread t("big.mps"); }, exitOne, "Script too long");
     std::ofstream("fits.mps", std::ios::binary) << std::string(65535, ' ');
     YThread fits("fits.mps");
     EXPECT_TRUE(fits);
+    // What is there but is no file to read says so; a FIFO would block.
+    std::filesystem::create_directory("folder.mps");
+    EXPECT_EXIT({ YThread t("folder.mps"); }, exitOne, "can't read folder.mps: it is a directory");
+    ASSERT_EQ(::mkfifo("pipe.mps", 0600), 0);
+    EXPECT_EXIT({ YThread t("pipe.mps"); }, exitOne, "can't read pipe.mps: it is a FIFO");
+    writeScript("includer.mps", "include pipe.mps\n");
+    EXPECT_EXIT({ YThread t("includer.mps"); }, exitOne, "can't read pipe.mps: it is a FIFO");
+    EXPECT_EXIT({ YThread t("/dev/null"); }, exitOne, "can't read /dev/null: it is a device");
+    std::filesystem::create_symlink("loop.mps", "loop.mps");
+    EXPECT_EXIT({ YThread t("loop.mps"); }, exitOne, "can't read loop.mps: .*symbolic links");
 }
 
 PXIStream* openFromMemory(const char* name) {

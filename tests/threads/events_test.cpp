@@ -36,6 +36,16 @@ TEST_F(Events, DropWaitInTheHandlerGoesOnBehindTheWait) {
     EXPECT_EQ(said(), (Lines{"hit", "woke"}));
 }
 
+TEST_F(Events, APauseEndingInsideAHandlerWakesOnlyTheHandler) {
+    YThread& t = run("b=EventBall\nset b hit onhit\nwait\nsay \"woke\"\nwait\n"
+                     "procedure onhit\n[\npause 1\nsay \"hit\"\n]\n", 20);
+    ballIn("b")->sobPass("hit");  // the handler starts its pause
+    app.run(200);
+    EXPECT_EQ(said(), (Lines{"hit"}));  // the main line still waits
+    EXPECT_EQ(t.sleeping, 1);
+    EXPECT_EQ(t.inInterrupt, 0);
+}
+
 TEST_F(Events, AnEventDuringAHandlerAbandonsItForGood) {
     run("b=EventBall\nset b hit onhit\nwait\n"
         "procedure onhit\n[\nsay \"x1\"\nsay \"x2\"\nsay \"x3\"\n]\n", 20);

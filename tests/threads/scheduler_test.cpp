@@ -41,21 +41,31 @@ TEST_F(Scheduling, PauseTakesNineHundredMillisecondsAUnit) {
 }
 
 TEST_F(Scheduling, ScheduleFiresOnTheTenthAgeTickOnce) {
-    YThread& t = run("schedule 1 p\nidle 0 q\nschedule 0 q\nwait\nprocedure p\n[\nnow\n]\nprocedure q\n[\nsay \"q\"\n]\n",
+    YThread& t = run("schedule 1 p\nidle 0 q\nschedule 0 q\nwait\n"
+                     "procedure p\n[\nget RECEIVER name v\nnow\nsay v\n]\nprocedure q\n[\nsay \"q\"\n]\n",
                      400);
     // The first pass (1000) only records the time; age ticks come every
-    // 110 ms, the tenth at 2100.
-    EXPECT_EQ(times, (std::vector<uint32_t>{2100}));
+    // 110 ms, the tenth at 2100, which runs the handler's first statement.
+    EXPECT_EQ(times, (std::vector<uint32_t>{2110}));
     EXPECT_EQ(t.scheduleEntry, 0);
     EXPECT_EQ(t.idleEntry, 0);
-    EXPECT_TRUE(said().empty());
+    // The timer's record is on the list while that statement runs.
+    EXPECT_EQ(said(), (Lines{"schedule"}));
+}
+
+TEST_F(Scheduling, ATimerHandlerThatFlushesEveryRecordTakesItsOwnAlong) {
+    run("schedule 1 p\nwait\nprocedure p\n[\ndrop baubles\nsay \"ok\"\n]\n", 400);
+    EXPECT_EQ(said(), (Lines{"ok"}));
+    EXPECT_EQ(eventRecord::eventRecordList->count, 0);
 }
 
 TEST_F(Scheduling, IdleRepeatsUntilDropped) {
-    run("idle 1 p\nwait\nprocedure p\n[\ncount\nnow\nif RESULT=2\ndrop idle\n]\n", 600);
-    // Fired at 2100 and 3200; `now` is the handler's second statement, one
-    // pass later. After the second round the timer is dropped.
-    EXPECT_EQ(times, (std::vector<uint32_t>{2110, 3210}));
+    run("idle 1 p\nwait\nprocedure p\n[\nget RECEIVER name v\ncount\nnow\nif RESULT=2\ndrop idle\nsay v\n]\n",
+        600);
+    // Fired at 2100 and 3200; `now` is the handler's third statement, two
+    // passes later. After the second round the timer is dropped.
+    EXPECT_EQ(times, (std::vector<uint32_t>{2120, 3220}));
+    EXPECT_EQ(said(), (Lines{"idle", "idle"}));
 }
 
 TEST_F(Scheduling, ExitWithAnEmptyScriptStackKillsTheThread) {

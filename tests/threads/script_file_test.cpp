@@ -359,4 +359,38 @@ TEST_F(CompiledFile, AThreadWithoutCodeSavesNothing) {
     EXPECT_EQ(fine.save("no-such-dir/out.bsc"), 0);
 }
 
+// Class modules come only from plain file names in the current folder: a
+// class name that holds a path names no module, whichever way it arrives.
+TEST_F(CompiledFile, AClassNameWithAPathLoadsNoModule) {
+    namespace fs = std::filesystem;
+    fs::create_directories("elsewhere");
+    fs::create_directories("data.files");
+    fs::copy_file(MARKER_PLG, "elsewhere/Marker.plg");
+    auto loadedOnce = [] { return fs::remove("marker-loaded"); };
+
+    // A compiled script can hold any name: compiled from a placeholder of
+    // the same length, then the absolute path is put in its place.
+    const std::string path = fs::absolute("elsewhere/Marker.plg").string();
+    const std::string placeholder(path.size(), 'M');
+    std::string bytes = compiledBytes("x=" + placeholder + "\nexit\n");
+    bytes.replace(bytes.find(placeholder), placeholder.size(), path);
+    writeBytes("absolute.bsc", bytes);
+    runLoaded(loadFile("absolute.bsc"));
+    EXPECT_FALSE(loadedOnce()) << "the class name of a compiled script";
+    threads.clear();
+
+    run("relay \"absolute.bsc\"\n", 50);
+    EXPECT_FALSE(loadedOnce()) << "a compiled script reached by relay";
+    threads.clear();
+
+    run("f=\"files/../elsewhere/Marker.plg\"\nx=data.f\nexit\n", 20);
+    EXPECT_FALSE(loadedOnce()) << "a compound name through a folder with a dot";
+
+    // The module itself loads, by its plain name in this folder.
+    fs::copy_file(MARKER_PLG, "Marker.plg");
+    EXPECT_TRUE(PXScriptableObject::isXtor("Marker"));
+    EXPECT_TRUE(loadedOnce());
+    PXSR::release("Marker");
+}
+
 }  // namespace

@@ -243,6 +243,10 @@ TEST_F(Numbers, DecimalTextIsRoundedToNearestWithTiesDown) {
 TEST_F(Slices, StartLengthAndTail) {
     var("s")->set("abcdef", -1);
     var("n")->set("2", -1);
+    // A compound part is read through the value buffers, one of which holds
+    // the slice's own result when it is read by value(int&).
+    var("j")->set("7", -1);
+    var("x.7")->set("0003", -1);
     const struct {
         const char* term;
         const char* want;
@@ -251,8 +255,14 @@ TEST_F(Slices, StartLengthAndTail) {
         {"s|7", ""},       {"s|2|3", "bcd"},   {"s|5|10", "ef"},   {"s|0|2", "ab"},
         {"s|2|-1", ""},    {"s|9|1", ""},      {"s||2", "ef"},     {"s||10", "abcdef"},
         {"s||-4", ""},     {"s|n|n", "bc"},    {"'xyz'|2", "yz"},  {"s|1.6", "bcdef"},
+        {"s|x.j", "cdef"}, {"s|2|x.j", "bcd"}, {"s||x.j", "def"},
     };
-    for (const auto& c : cases) EXPECT_EQ(read(var(c.term)), c.want) << c.term;
+    for (const auto& c : cases) {
+        EXPECT_EQ(read(var(c.term)), c.want) << c.term;
+        int len = 0;
+        const char* text = var(c.term)->value(len);
+        EXPECT_EQ(std::string(text, static_cast<size_t>(len)), c.want) << c.term << " by value(int&)";
+    }
 }
 
 TEST_F(Slices, BaseIsReadWhenTheSliceIs) {

@@ -1,7 +1,8 @@
 // A plug-in module for the registry tests. It registers the class named by
 // PLUGIN_CLASS (and, when given, PLUGIN_SECOND_CLASS): a data property
 // "size", a method "grow" that adds each of its parameters to the size, and
-// an event "popped".
+// an event "popped". With PLUGIN_MARKER, loading it leaves a file of that
+// name in the current directory, so a test sees that it was loaded at all.
 #include <cstdio>
 #include <cstdlib>
 
@@ -48,6 +49,12 @@ PXScriptableObject* makeWidget() {
 PXSR record(PLUGIN_CLASS, makeWidget);
 #ifdef PLUGIN_SECOND_CLASS
 PXSR second(PLUGIN_SECOND_CLASS, makeWidget);
+#endif
+#ifdef PLUGIN_MARKER
+const bool marked = [] {
+    if (std::FILE* f = std::fopen(PLUGIN_MARKER, "w")) std::fclose(f);
+    return true;
+}();
 #endif
 
 }  // namespace

@@ -1,9 +1,10 @@
-// bauble compile and bauble inspect: writing the compiled file of a script,
-// and showing what a compiled script holds (the statement table with its
-// operand words, the code words, the heap records) the way the thread has
-// it once loaded.
+// bauble inspect: what a compiled script holds (the statement table with its
+// operand words, the code words, the heap records) the way the thread has it
+// once loaded.
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
-#include <cstring>
+#include <memory>
 #include <string>
 
 #include "baublecore/baublecore.h"
@@ -11,13 +12,6 @@
 
 namespace bauble {
 namespace {
-
-// A failure that is neither usage nor compiling: the output file could not
-// be written, or the input read.
-constexpr int kExitIo = 1;
-
-const char kCompileUsage[] = "usage: bauble compile SCRIPT -o OUT\n";
-const char kInspectUsage[] = "usage: bauble inspect FILE\n";
 
 const char* const typeNames[] = {"Plain", "Literal", "Compound", "Slice", "Expression", "Unclassified"};
 const char* const stateNames[] = {"None", "Object", "String", "Long", "Double"};
@@ -106,65 +100,20 @@ void showHeap() {
     }
 }
 
-}  // namespace
-
-int compileCommand(int argc, char** argv) {
-    const char* script = nullptr;
-    const char* out = nullptr;
-    for (int i = 0; i < argc; ++i) {
-        const char* a = argv[i];
-        if (!std::strcmp(a, "--help")) {
-            std::fputs(kCompileUsage, stdout);
-            return kExitOk;
-        } else if (!std::strcmp(a, "-o")) {
-            if (i + 1 >= argc) return usageError("missing value for", a);
-            out = argv[++i];
-        } else if (a[0] == '-' && a[1]) {
-            return usageError("unknown option", a);
-        } else if (script) {
-            return usageError("unexpected argument", a);
-        } else {
-            script = a;
-        }
-    }
-    if (!script || !out) {
-        std::fputs(kCompileUsage, stderr);
-        return kExitUsage;
-    }
-    // The compiler shows its own message when the script does not compile.
-    YThread thread(script);
+int inspect(const std::string& name) {
+    const char* file = name.c_str();
+    // The thread loads the file (or compiles a source) first, refusing with
+    // its own message what it cannot run, a FIFO or a directory among them;
+    // only then is the file opened here, for its format byte.
+    YThread thread(file);
     if (!thread) return kExitCompile;
-    if (!thread.save(out)) {
-        std::fprintf(stderr, "bauble: can't write '%s'\n", out);
-        return kExitIo;
-    }
-    return kExitOk;
-}
-
-int inspectCommand(int argc, char** argv) {
-    if (argc == 1 && !std::strcmp(argv[0], "--help")) {
-        std::fputs(kInspectUsage, stdout);
-        return kExitOk;
-    }
-    if (argc != 1 || (argv[0][0] == '-' && argv[0][1])) {
-        if (argc > 1) return usageError("unexpected argument", argv[1]);
-        if (argc == 1) return usageError("unknown option", argv[0]);
-        std::fputs(kInspectUsage, stderr);
-        return kExitUsage;
-    }
-    const char* file = argv[0];
     std::FILE* f = std::fopen(file, "rb");
     if (!f) {
-        std::fprintf(stderr, "bauble: can't open '%s'\n", file);
+        std::fprintf(stderr, "bauble inspect: can't open '%s'\n", file);
         return kExitIo;
     }
     int format = std::fgetc(f);
     std::fclose(f);
-
-    // The thread loads the file (or compiles a source), refusing what it
-    // cannot run with its own message.
-    YThread thread(file);
-    if (!thread) return kExitCompile;
     const char* kind = format == 2   ? "compiled script, little-endian (format 2)"
                        : format == 1 ? "compiled script, big-endian (format 1)"
                                      : "source text, compiled for this listing";
@@ -173,6 +122,17 @@ int inspectCommand(int argc, char** argv) {
     showCode(thread);
     showHeap();
     return kExitOk;
+}
+
+}  // namespace
+
+void addInspectCommand(CLI::App& app) {
+    CLI::App* inspectCommand =
+        app.add_subcommand("inspect", "Show the statements, code words and heap records of a compiled script");
+    auto file = std::make_shared<std::string>();
+    addFileName(*inspectCommand, "FILE", *file, "The compiled script (a source is compiled for the listing)")
+        ->required();
+    inspectCommand->callback([file] { setExitStatus(inspect(*file)); });
 }
 
 }  // namespace bauble

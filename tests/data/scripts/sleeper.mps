@@ -1,0 +1,2 @@
+say "asleep"
+wait
