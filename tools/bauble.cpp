@@ -22,6 +22,12 @@ const char kUsage[] =
     "  inspect     show the statements, code words and heap records of a compiled\n"
     "              script: bauble inspect FILE\n"
     "  demo        run the embedded demo: bauble demo [--headless]\n"
+    "  ao          make and inspect animation files: bauble ao info FILE [--json],\n"
+    "              bauble ao pack IN.png -o OUT.ao [--transparent N] [--palette OUT.rgb],\n"
+    "              bauble ao build --fps N [--once|--loop|--hold] [--transparent N]\n"
+    "              FRAME.png... -o OUT.ao\n"
+    "  palette     an indexed PNG's palette to a palette file, or back to a PNG:\n"
+    "              bauble palette IN -o OUT\n"
     "\n"
     "options:\n"
     "  --help      show this text and exit\n"
@@ -121,6 +127,7 @@ int main(int argc, char** argv) {
     if (!std::strcmp(cmd, "run")) return bauble::runCommand(argc - 2, argv + 2);
     if (!std::strcmp(cmd, "compile")) return bauble::compileCommand(argc - 2, argv + 2);
     if (!std::strcmp(cmd, "inspect")) return bauble::inspectCommand(argc - 2, argv + 2);
+    if (!std::strcmp(cmd, "ao") || !std::strcmp(cmd, "palette")) return bauble::aoCommandsMain(argc, argv);
     if (!std::strcmp(cmd, "demo")) {
         bool headless = argc > 2 && !std::strcmp(argv[2], "--headless");
         int used = headless ? 3 : 2;

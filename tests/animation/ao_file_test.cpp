@@ -10,11 +10,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "pxbase/mem_canvas.h"
+#include "pxbase/png.h"
 #include "pxbase/rect.h"
 
 namespace {
@@ -332,16 +334,45 @@ TEST(AOPalette, SideFileReplacesTheLastExtension) {
     for (const auto& [file, side] : cases) EXPECT_EQ(aoPaletteFileName(file.c_str()), side);
 }
 
+Bytes readFile(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
+// walk.ao is what `bauble ao build` makes of walk0.png to walk5.png (the
+// tool test checks that it still does): each frame's cel at its offset is
+// the frame's picture, and equal pictures share a cel.
+TEST(AOBuild, TheBuiltFileGivesEveryFrameBack) {
+    Bytes file = readFile(AO_DATA_DIR "/walk.ao");
+    AOData d;
+    ASSERT_FALSE(aoLoadFile(file.data(), file.size(), d));
+    EXPECT_EQ(d.numCels, 4);
+    for (int f = 0; f < 6; ++f) {
+        const PXAOSequence& e = d.sequences[0][f];
+        std::string name = AO_DATA_DIR "/walk" + std::to_string(f) + ".png";
+        std::unique_ptr<PXMemCanvas> png(PXPngLoad(name.c_str(), 0));
+        ASSERT_TRUE(png && png->depth == 8) << name;
+        const int w = png->getWidth(), h = png->getHeight();
+        Bytes want(static_cast<size_t>(w * h));
+        for (int i = 0; i < w * h; ++i) want[static_cast<size_t>(i)] = static_cast<uint8_t>(png->getPixel(i % w, i / w));
+        std::vector<int> got(want.size(), -1);
+        const uint8_t* cel = aoCel(d, e.cel);
+        const std::vector<int> px = decode(cel);
+        for (size_t i = 0; i < px.size(); ++i)
+            got[static_cast<size_t>((e.y + i / aoCelWidth(cel)) * w + e.x + i % aoCelWidth(cel))] = px[i];
+        EXPECT_EQ(got, expected(want, 0)) << name;
+    }
+    EXPECT_EQ(d.sequences[0][6].cel, kAOLoop);
+    delete[] d.sequences;
+}
+
 // Inputs that once broke a reader: each is refused.
 TEST(AOBadFiles, EachIsRefused) {
     int files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(AO_BAD_DIR)) {
-        std::ifstream in(entry.path(), std::ios::binary);
-        Bytes bytes{std::istreambuf_iterator<char>(in), {}};
-        Bytes copy = bytes;
+    for (const auto& entry : std::filesystem::directory_iterator(AO_DATA_DIR "/bad")) {
+        Bytes bytes = readFile(entry.path());
         AOData d;
         EXPECT_TRUE(aoLoadFile(bytes.data(), bytes.size(), d)) << entry.path();
-        EXPECT_TRUE(aoCheckPicture(copy.data(), copy.size())) << entry.path();
         ++files;
     }
     EXPECT_GT(files, 0);
