@@ -3,7 +3,6 @@
 // file codec of the library (src/animation/ao_file.cpp) directly: a file is
 // bytes here, not an animation on a stage.
 #include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -88,11 +87,16 @@ std::string jsonText(const std::string& s) {
 
 std::string commandName(int16_t cel) {
     switch (cel) {
-        case kAOEnd: return "kAOEnd";
-        case kAOLoop: return "kAOLoop";
-        case kAOHold: return "kAOHold";
-        case kAOSound: return "kAOSound";
-        default: break;
+        case kAOEnd:
+            return "kAOEnd";
+        case kAOLoop:
+            return "kAOLoop";
+        case kAOHold:
+            return "kAOHold";
+        case kAOSound:
+            return "kAOSound";
+        default:
+            break;
     }
     return cel <= kAOFirstUserCommand ? "user" : "none";
 }
@@ -119,7 +123,8 @@ CelStats statsOf(const uint8_t* cel) {
 void infoText(const std::string& file, uint8_t flag, const AOData& d) {
     std::printf("%s\n", file.c_str());
     std::printf("byte order: %s (flag %u)\n", flag ? "big-endian" : "little-endian", flag);
-    std::printf("frames per second: %d%s\n", d.framesPerSecond, d.framesPerSecond ? "" : " (each frame its own time)");
+    std::printf("frames per second: %d%s\n", d.framesPerSecond,
+                d.framesPerSecond ? "" : " (each frame its own time)");
     std::printf("embedded position: x %d, y %d, z %d\n", d.embeddedX, d.embeddedY, d.embeddedZ);
     std::printf("%d sequences, %d cels\n", d.numSeqs, d.numCels);
     for (int32_t s = 0; s < d.numSeqs; ++s) {
@@ -143,17 +148,19 @@ void infoText(const std::string& file, uint8_t flag, const AOData& d) {
     }
     for (int32_t c = 0; c < d.numCels; ++c) {
         CelStats s = statsOf(aoCel(d, c));
-        std::printf("cel %d: %d x %d, %zu bytes; runs: %ld transparent (%ld px), %ld fill (%ld px), %ld literal (%ld px)\n",
-                    c, s.width, s.height, s.bytes, s.runs[0], s.pixels[0], s.runs[1], s.pixels[1], s.runs[2],
-                    s.pixels[2]);
+        std::printf(
+            "cel %d: %d x %d, %zu bytes; runs: %ld transparent (%ld px), %ld fill (%ld px), %ld literal (%ld "
+            "px)\n",
+            c, s.width, s.height, s.bytes, s.runs[0], s.pixels[0], s.runs[1], s.pixels[1], s.runs[2],
+            s.pixels[2]);
     }
 }
 
 void infoJson(const std::string& file, uint8_t flag, const AOData& d) {
     std::printf("{\"file\": %s, \"byteOrder\": \"%s\", \"swapFlag\": %u, \"framesPerSecond\": %d,\n",
                 jsonText(file).c_str(), flag ? "big-endian" : "little-endian", flag, d.framesPerSecond);
-    std::printf(" \"embedded\": {\"x\": %d, \"y\": %d, \"z\": %d},\n \"sequences\": [", d.embeddedX, d.embeddedY,
-                d.embeddedZ);
+    std::printf(" \"embedded\": {\"x\": %d, \"y\": %d, \"z\": %d},\n \"sequences\": [", d.embeddedX,
+                d.embeddedY, d.embeddedZ);
     for (int32_t s = 0; s < d.numSeqs; ++s) {
         std::printf("%s\n  [", s ? "," : "");
         for (const PXAOSequence* p = d.sequences[s];; ++p) {
@@ -167,11 +174,12 @@ void infoJson(const std::string& file, uint8_t flag, const AOData& d) {
     std::printf("],\n \"cels\": [");
     for (int32_t c = 0; c < d.numCels; ++c) {
         CelStats s = statsOf(aoCel(d, c));
-        std::printf("%s\n  {\"width\": %d, \"height\": %d, \"bytes\": %zu, \"transparentRuns\": %ld, "
-                    "\"transparentPixels\": %ld, \"fillRuns\": %ld, \"fillPixels\": %ld, \"literalRuns\": %ld, "
-                    "\"literalPixels\": %ld}",
-                    c ? "," : "", s.width, s.height, s.bytes, s.runs[0], s.pixels[0], s.runs[1], s.pixels[1],
-                    s.runs[2], s.pixels[2]);
+        std::printf(
+            "%s\n  {\"width\": %d, \"height\": %d, \"bytes\": %zu, \"transparentRuns\": %ld, "
+            "\"transparentPixels\": %ld, \"fillRuns\": %ld, \"fillPixels\": %ld, \"literalRuns\": %ld, "
+            "\"literalPixels\": %ld}",
+            c ? "," : "", s.width, s.height, s.bytes, s.runs[0], s.pixels[0], s.runs[1], s.pixels[1],
+            s.runs[2], s.pixels[2]);
     }
     std::printf("]}\n");
 }
@@ -204,7 +212,8 @@ void pack(const std::string& in, const std::string& out, int transparent, const 
 
 enum class Ending { once, loop, hold };
 
-void build(const std::vector<std::string>& frames, const std::string& out, int fps, Ending ending, int transparent) {
+void build(const std::vector<std::string>& frames, const std::string& out, int fps, Ending ending,
+           int transparent) {
     // The hold, the loop and the end entry take three of the 32767 entries.
     if (frames.size() > 0x7FFF - 3) fail("too many frames for one sequence");
     AOFileContents c;
@@ -262,12 +271,14 @@ void palette(const std::string& in, const std::string& out) {
     AOProblem why = aoReadPaletteWords(bytes.data(), bytes.size(), words);
     if (why) fail(in + ": palette file refused: " + why.text);
     PXColor colors[kPXPaletteSize];
-    for (int i = 0; i < kPXPaletteSize; ++i) colors[i] = PXColor(words[3 * i], words[3 * i + 1], words[3 * i + 2], i);
+    for (int i = 0; i < kPXPaletteSize; ++i)
+        colors[i] = PXColor(words[3 * i], words[3 * i + 1], words[3 * i + 2], i);
     PXMemCanvas swatch(16, 16, 8, 1);
     void* bits = nullptr;
     long pitch = 0;
     if (!swatch.getPointerToMemory(&bits, &pitch)) fail("can't make the swatch");
-    for (int i = 0; i < kPXPaletteSize; ++i) static_cast<uint8_t*>(bits)[i / 16 * pitch + i % 16] = static_cast<uint8_t>(i);
+    for (int i = 0; i < kPXPaletteSize; ++i)
+        static_cast<uint8_t*>(bits)[i / 16 * pitch + i % 16] = static_cast<uint8_t>(i);
     swatch.releasePointerToMemory();
     swatch.setPalette(colors, true);
     if (!PXPngSave(&swatch, out.c_str())) fail("can't write " + out);
@@ -287,7 +298,8 @@ void registerAoCommands(CLI::App& app) {
     };
     auto o = std::make_shared<Options>();
 
-    CLI::App* info = ao->add_subcommand("info", "counts, frame rate, byte order, sequences and cels of a file");
+    CLI::App* info =
+        ao->add_subcommand("info", "counts, frame rate, byte order, sequences and cels of a file");
     info->add_option("FILE", o->file, "animation file")->required();
     info->add_flag("--json", o->json, "as one JSON object");
     info->callback([o] { bauble::info(o->file, o->json); });
@@ -316,7 +328,8 @@ void registerAoCommands(CLI::App& app) {
         bauble::build(o->frames, o->out, o->fps, ending, o->transparent);
     });
 
-    CLI::App* palette = app.add_subcommand("palette", "an indexed PNG's palette to a palette file (.rgb), or back");
+    CLI::App* palette =
+        app.add_subcommand("palette", "an indexed PNG's palette to a palette file (.rgb), or back");
     palette->add_option("IN", o->file, "indexed PNG, or palette file when OUT ends in .png")->required();
     palette->add_option("-o,--output", o->out, "palette file, or a PNG swatch of the palette")->required();
     palette->callback([o] { bauble::palette(o->file, o->out); });

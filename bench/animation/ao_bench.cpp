@@ -23,7 +23,8 @@ std::vector<uint8_t> makeFile(uint8_t swapFlag) {
     c.framesPerSecond = 15;
     for (int n = 0; n < 500; ++n) {
         std::vector<uint8_t> px(52 * 48);
-        for (size_t i = 0; i < px.size(); ++i) px[i] = i && gen() % 3 ? px[i - 1] : static_cast<uint8_t>(gen() % 40);
+        for (size_t i = 0; i < px.size(); ++i)
+            px[i] = i && gen() % 3 ? px[i - 1] : static_cast<uint8_t>(gen() % 40);
         c.cels.push_back(aoEncodeCel(px.data(), 52, 48, 52, 0));
     }
     for (int s = 0; s < 10; ++s) {

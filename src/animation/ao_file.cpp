@@ -91,7 +91,8 @@ bool checkHeader(const uint8_t* b, size_t size, Layout& l, AOProblem& why) {
 bool checkSequence(SavedReader& in, int32_t s, AOProblem& why, PXAOSequence** first) {
     int16_t count = 0;
     if (!in.i16(count)) return refuse(why, "it ends before the entry count of sequence %d", s);
-    if (count < 1) return refuse(why, "sequence %d has %d entries; it needs at least its end entry", s, count);
+    if (count < 1)
+        return refuse(why, "sequence %d has %d entries; it needs at least its end entry", s, count);
     if (8 * static_cast<size_t>(count) > in.left())
         return refuse(why, "the %d entries of sequence %d run past the end of the file", count, s);
     // Only aoLoadFile asks for the address, and its bytes are writable.
@@ -136,8 +137,8 @@ bool checkCel(const uint8_t* b, size_t size, size_t at, int32_t c, uint8_t swapF
             // care for one.
             if (n == 0) return refuse(why, "cel %d, row %d holds an empty run", c, row);
             if (n > left)
-                return refuse(why, "cel %d, row %d: a run of %d crosses the row's end, %d pixels on", c, row, n,
-                              left);
+                return refuse(why, "cel %d, row %d: a run of %d crosses the row's end, %d pixels on", c, row,
+                              n, left);
             left -= n;
         }
     }
@@ -252,7 +253,8 @@ AOProblem aoLoadFile(void* data, size_t size, AOData& out) {
         // The sequences are 16-bit fields from the first count to the cel
         // base: counts and entries turn in one sweep.
         SwapNWords(b + l.seqStart, static_cast<int>((l.celBase - l.seqStart) / 2));
-        for (int32_t c = 0; c < l.numCels; ++c) SwapNWords(b + l.celBase + aoCelOffset(b + kAOHeaderBytes, c), 3);
+        for (int32_t c = 0; c < l.numCels; ++c)
+            SwapNWords(b + l.celBase + aoCelOffset(b + kAOHeaderBytes, c), 3);
     }
     out.numSeqs = l.numSeqs;
     out.numCels = l.numCels;
@@ -365,14 +367,16 @@ size_t aoEncodeRow(const uint8_t* px, int32_t n, int transparent, uint8_t* out) 
 
 std::vector<uint8_t> aoEncodeCel(const uint8_t* pixels, int32_t width, int32_t height, ptrdiff_t pitch,
                                  int transparent) {
-    std::vector<uint8_t> cel(kAOCelHeaderBytes + 2 * static_cast<size_t>(width) * static_cast<size_t>(height));
+    std::vector<uint8_t> cel(kAOCelHeaderBytes +
+                             2 * static_cast<size_t>(width) * static_cast<size_t>(height));
     const uint16_t head[3] = {0, static_cast<uint16_t>(width), static_cast<uint16_t>(height)};
     for (int i = 0; i < 3; ++i) {
         cel[2 * i] = static_cast<uint8_t>(head[i]);
         cel[2 * i + 1] = static_cast<uint8_t>(head[i] >> 8);
     }
     size_t used = kAOCelHeaderBytes;
-    for (int32_t y = 0; y < height; ++y) used += aoEncodeRow(pixels + y * pitch, width, transparent, cel.data() + used);
+    for (int32_t y = 0; y < height; ++y)
+        used += aoEncodeRow(pixels + y * pitch, width, transparent, cel.data() + used);
     cel.resize(used);
     return cel;
 }
@@ -429,7 +433,8 @@ void* aoPack(int32_t& size, PXMemCanvas* canvas, const PXRect& rect, int transpa
     const PXRect area = rect == PXRect::zero ? PXRect(0, 0, cw, ch) : rect;
     // A rectangle anywhere selects the pixels under it; one that is empty
     // or reaches outside the canvas is refused rather than read past it.
-    if (area.isEmpty() || area.left < 0 || area.top < 0 || area.right > cw || area.bottom > ch) return nullptr;
+    if (area.isEmpty() || area.left < 0 || area.top < 0 || area.right > cw || area.bottom > ch)
+        return nullptr;
     void* bits = nullptr;
     long pitch = 0;
     if (!canvas->getPointerToMemory(&bits, &pitch)) return nullptr;
@@ -442,8 +447,8 @@ void* aoPack(int32_t& size, PXMemCanvas* canvas, const PXRect& rect, int transpa
     }
     const uint8_t* first = base + area.top * step + area.left;
     AOFileContents picture;
-    picture.cels.push_back(aoEncodeCel(first, static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height()),
-                                       step, transparent));
+    picture.cels.push_back(aoEncodeCel(first, static_cast<int32_t>(area.width()),
+                                       static_cast<int32_t>(area.height()), step, transparent));
     canvas->releasePointerToMemory();
     picture.sequences.push_back({{0, 0, kAOHold, 0}, {0, 0, 0, 0}, {0, 0, kAOLoop, 0}, {0, 0, kAOEnd, 0}});
     std::vector<uint8_t> bytes = aoWriteFile(picture);
@@ -456,8 +461,8 @@ void* aoPack(int32_t& size, PXMemCanvas* canvas, const PXRect& rect, int transpa
 
 void aoShowRefusal(const char* kind, const char* fileName, const AOProblem& problem) {
     char text[400];
-    std::snprintf(text, sizeof text, "%.160s: %s refused: %s", fileName && *fileName ? fileName : "a stream", kind,
-                  problem.text);
+    std::snprintf(text, sizeof text, "%.160s: %s refused: %s", fileName && *fileName ? fileName : "a stream",
+                  kind, problem.text);
     PXSysUserMessage(text, kMessageFlags, nullptr);
 }
 

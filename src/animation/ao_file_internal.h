@@ -66,7 +66,9 @@ AOProblem aoCheckPicture(const void* data, size_t size);
 AOProblem aoLoadPicture(void* data, size_t size, uint8_t*& cel);
 
 // The 12-bit embedded coordinate: above 2048 it stands for 2048 - v.
-inline int32_t aoDecodeEmbedded(uint32_t v) { return v > 2048 ? 2048 - static_cast<int32_t>(v) : static_cast<int32_t>(v); }
+inline int32_t aoDecodeEmbedded(uint32_t v) {
+    return v > 2048 ? 2048 - static_cast<int32_t>(v) : static_cast<int32_t>(v);
+}
 
 // Readers of a loaded (host-order, checked) file.
 inline uint32_t aoCelOffset(const uint8_t* celOffsets, int32_t cel) {

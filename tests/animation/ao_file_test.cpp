@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -53,7 +54,7 @@ std::vector<int> expected(const Bytes& pixels, int transparent) {
     return px;
 }
 
-// Rows with long runs (few values) or short ones (many), transparent 0.
+// Long runs of few values, or short ones of many; transparent 0 among them.
 Bytes randomPixels(std::mt19937& gen, size_t n) {
     const unsigned values = gen() % 2 ? 3 : 256;
     Bytes px(n);
@@ -61,14 +62,17 @@ Bytes randomPixels(std::mt19937& gen, size_t n) {
     return px;
 }
 
+Bytes readFile(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
 TEST(AORowEncoder, WritesTheRunsOfTheExamples) {
-    Bytes fill251(251, 9), distinct(251);
+    Bytes fill251(251, 9), alternating(251), literal = hex("FA");
     fill251.push_back(3);
-    for (size_t i = 0; i < distinct.size(); ++i) distinct[i] = static_cast<uint8_t>(1 + i % 2);
-    Bytes literal250 = hex("FA");
-    for (size_t i = 0; i < 250; ++i) literal250.push_back(distinct[i]);
-    literal250.push_back(1);
-    literal250.push_back(distinct[250]);
+    for (size_t i = 0; i < 251; ++i) alternating[i] = static_cast<uint8_t>(1 + i % 2);
+    literal.insert(literal.end(), alternating.begin(), alternating.end() - 1);
+    literal.insert(literal.end(), {1, alternating.back()});
     const struct {
         Bytes row;
         int transparent;
@@ -77,10 +81,10 @@ TEST(AORowEncoder, WritesTheRunsOfTheExamples) {
         {{0, 0, 7, 7, 7, 7, 5, 0}, 0, hex("00 02 FF 07 04 01 05 00 01")},
         {Bytes(600, 0), 0, hex("00 FA 00 FA 00 64")},
         {fill251, 0, hex("FF 09 FA FF 09 01 01 03")},
-        {{1, 5, 5, 5}, 0, hex("04 01 05 05 05")},       // three equal at the end stay literal
-        {{7, 7, 7, 5}, 0, hex("FF 07 03 01 05")},       // a fourth pixel behind makes a fill
-        {{0, 0, 2}, -1, hex("03 00 00 02")},            // no transparent index
-        {distinct, 0, literal250},
+        {{1, 5, 5, 5}, 0, hex("04 01 05 05 05")},  // three equal at the end stay literal
+        {{7, 7, 7, 5}, 0, hex("FF 07 03 01 05")},  // a fourth pixel behind makes a fill
+        {{0, 0, 2}, -1, hex("03 00 00 02")},       // no transparent index
+        {alternating, 0, literal},
     };
     for (const auto& c : cases) {
         Bytes out(2 * c.row.size());
@@ -94,7 +98,7 @@ TEST(AORowEncoder, DecodesBackToTheRowWithinTheLimits) {
     for (int round = 0; round < 300; ++round) {
         const int32_t n = static_cast<int32_t>(gen() % 700);
         Bytes row = randomPixels(gen, static_cast<size_t>(n));
-        std::vector<uint8_t> cel = aoEncodeCel(row.data(), n, 1, n, 0);
+        Bytes cel = aoEncodeCel(row.data(), n, 1, n, 0);
         ASSERT_LE(cel.size() - kAOCelHeaderBytes, 2u * static_cast<size_t>(n));
         const Bytes picture = aoWriteFile({8, 0, 0, 0, {{{0, 0, kAOEnd, 0}}}, {cel}});
         ASSERT_FALSE(aoCheckPicture(picture.data(), picture.size()));
@@ -103,16 +107,26 @@ TEST(AORowEncoder, DecodesBackToTheRowWithinTheLimits) {
     }
 }
 
+TEST(AOEmbeddedPosition, TwelveBitValuesAbove2048AreNegative) {
+    const std::pair<uint32_t, int32_t> cases[] = {{0, 0}, {5, 5}, {2048, 2048}, {2049, -1}, {4095, -2047}};
+    for (auto [bits, value] : cases) EXPECT_EQ(aoDecodeEmbedded(bits), value) << bits;
+}
+
 // Three sequences with every kind of entry (a frame past the cels
-// included), a cel with transparency, one 600 wide with split runs, an
+// included); a cel with transparency, one 600 wide with split runs, an
 // empty one.
 AOFileContents sample() {
     std::mt19937 gen(11);
-    AOFileContents c;
-    c.framesPerSecond = 12;
-    c.embeddedX = -1, c.embeddedY = 2048, c.embeddedZ = 200;
-    c.sequences = {{{0, 0, kAOHold, 0}, {3, 4, 0, 40}, {0, 0, kAOSound, 7}, {-2, 5, 1, 0}, {10, 20, -600, 30},
-                    {0, 0, -7, 0}, {0, 0, 9, 0}, {0, 0, kAOLoop, 0}, {0, 0, kAOEnd, 0}},
+    AOFileContents c{12, -1, 2048, 200, {}, {}};
+    c.sequences = {{{0, 0, kAOHold, 0},
+                    {3, 4, 0, 40},
+                    {0, 0, kAOSound, 7},
+                    {-2, 5, 1, 0},
+                    {10, 20, -600, 30},
+                    {0, 0, -7, 0},
+                    {0, 0, 9, 0},
+                    {0, 0, kAOLoop, 0},
+                    {0, 0, kAOEnd, 0}},
                    {{0, 0, 2, 0}, {0, 0, kAOEnd, 0}},
                    {{0, 0, kAOEnd, 0}}};
     Bytes cel0 = randomPixels(gen, 37 * 5), cel1(1200, 0);
@@ -122,55 +136,27 @@ AOFileContents sample() {
     return c;
 }
 
-void expectSameAs(const AOData& d, const AOFileContents& c) {
-    ASSERT_EQ(d.numSeqs, static_cast<int32_t>(c.sequences.size()));
-    ASSERT_EQ(d.numCels, static_cast<int32_t>(c.cels.size()));
-    EXPECT_EQ(d.framesPerSecond, c.framesPerSecond);
-    EXPECT_EQ(d.embeddedX, c.embeddedX);
-    EXPECT_EQ(d.embeddedY, c.embeddedY);
-    EXPECT_EQ(d.embeddedZ, c.embeddedZ);
-    for (int32_t s = 0; s < d.numSeqs; ++s)
-        for (size_t e = 0; e < c.sequences[static_cast<size_t>(s)].size(); ++e) {
-            const PXAOSequence &got = d.sequences[s][e], &want = c.sequences[static_cast<size_t>(s)][e];
-            EXPECT_TRUE(got.x == want.x && got.y == want.y && got.cel == want.cel && got.param == want.param)
-                << "sequence " << s << " entry " << e;
-        }
-    for (int32_t n = 0; n < d.numCels; ++n) {
-        const uint8_t* want = c.cels[static_cast<size_t>(n)].data();
-        EXPECT_EQ(decode(aoCel(d, n)), decode(want)) << "cel " << n;
-    }
-    EXPECT_EQ(aoCel(d, d.numCels), nullptr);
-    EXPECT_EQ(aoCel(d, -1), nullptr);
-}
-
-TEST(AOFile, ReadsBackEverythingWritten) {
-    const AOFileContents c = sample();
-    Bytes file = aoWriteFile(c);
-    AOData d;
-    ASSERT_FALSE(aoLoadFile(file.data(), file.size(), d));
-    expectSameAs(d, c);
-    delete[] d.sequences;
-}
-
-TEST(AOEmbeddedPosition, TwelveBitValuesAbove2048AreNegative) {
-    const std::pair<uint32_t, int32_t> cases[] = {{0, 0}, {5, 5}, {2048, 2048}, {2049, -1}, {4095, -2047}};
-    for (auto [bits, value] : cases) EXPECT_EQ(aoDecodeEmbedded(bits), value) << bits;
-}
-
-TEST(AOFile, BigEndianFormReadsAsTheLittleEndianOneAndSwapsOnce) {
+TEST(AOFile, EitherByteOrderReadsBackAsWrittenAndSwapsOnce) {
     const AOFileContents c = sample();
     const Bytes little = aoWriteFile(c);
-    for (uint8_t flag : {1, 2, 0x80, 0xFF}) {
-        Bytes big = aoWriteFile(c, flag);
-        ASSERT_EQ(big[5], flag);
-        // The embedded position is the same four bytes in both orders.
-        EXPECT_TRUE(std::equal(big.begin() + 22, big.begin() + 26, little.begin() + 22));
+    for (uint8_t flag : {0, 1, 2, 0x80, 0xFF}) {
+        Bytes file = aoWriteFile(c, flag);
+        ASSERT_EQ(file[5], flag);
         for (int pass = 0; pass < 2; ++pass) {
             AOData d;
-            ASSERT_FALSE(aoLoadFile(big.data(), big.size(), d)) << int(flag);
-            expectSameAs(d, c);
+            ASSERT_FALSE(aoLoadFile(file.data(), file.size(), d)) << int(flag);
+            // Read in place, the file is now its little-endian form.
+            EXPECT_EQ(file, little) << "flag " << int(flag) << " pass " << pass;
+            EXPECT_TRUE(d.numSeqs == 3 && d.numCels == 3 && d.framesPerSecond == 12);
+            EXPECT_TRUE(d.embeddedX == -1 && d.embeddedY == 2048 && d.embeddedZ == 200);
+            for (size_t s = 0; s < 3; ++s)
+                EXPECT_EQ(std::memcmp(d.sequences[s], c.sequences[s].data(), 8 * c.sequences[s].size()), 0)
+                    << s;
+            for (int32_t n = 0; n < 3; ++n)
+                EXPECT_TRUE(std::equal(c.cels[static_cast<size_t>(n)].begin(),
+                                       c.cels[static_cast<size_t>(n)].end(), aoCel(d, n)));
+            EXPECT_TRUE(aoCel(d, 3) == nullptr && aoCel(d, -1) == nullptr);
             delete[] d.sequences;
-            EXPECT_EQ(big, little) << "flag " << int(flag) << " pass " << pass;
         }
     }
 }
@@ -180,18 +166,15 @@ TEST(AOFile, EveryPrefixIsRefusedAndLeftAsItWas) {
     for (size_t n = 0; n < big.size(); ++n) {
         Bytes cut(big.begin(), big.begin() + static_cast<long>(n));
         AOData d;
-        AOProblem why = aoLoadFile(cut.data(), cut.size(), d);
-        ASSERT_TRUE(why) << n << " bytes";
-        ASSERT_TRUE(std::equal(cut.begin(), cut.end(), big.begin())) << n << " bytes";
-        ASSERT_EQ(d.sequences, nullptr);
-        ASSERT_TRUE(aoCheckPicture(cut.data(), cut.size()));
+        ASSERT_TRUE(aoLoadFile(cut.data(), cut.size(), d)) << n << " bytes";
+        ASSERT_TRUE(std::equal(cut.begin(), cut.end(), big.begin()) && d.sequences == nullptr) << n;
+        ASSERT_TRUE(aoCheckPicture(cut.data(), cut.size())) << n;
     }
 }
 
 TEST(AOFile, RefusesEachDamagedFieldWithItsReason) {
     const Bytes good = aoWriteFile(sample());
-    // Offsets in the sample: 3 cels, 3 sequences.
-    const size_t seq0 = 10 + 4 * 6, seq1 = seq0 + 2 + 8 * 9, celBase = seq1 + 18 + 10;
+    const size_t seq0 = 10 + 4 * 6, celBase = seq0 + 2 + 8 * 9 + 18 + 10;
     const size_t cel1 = celBase + sample().cels[0].size(), cel2 = cel1 + sample().cels[1].size();
     const struct {
         size_t at;
@@ -205,26 +188,24 @@ TEST(AOFile, RefusesEachDamagedFieldWithItsReason) {
         {seq0, {0xFF, 0x7F}, "entries of sequence 0 run past"},
         {seq0, {8, 0}, "sequence 0 does not close"},
         {seq0 + 2 + 8 * 5 + 4, {0xFB, 0xFF}, "sequence 0, entry 5 holds the command -5"},
-        {seq1 + 2 + 8 + 4, {0xFE, 0xFF}, "sequence 1 does not close"},
         {14, {0, 0, 0, 0x40}, "cel 1 starts past the end"},
         {14, {0, 0, 0, 0}, "cel 1 starts inside the cel before it"},
         {celBase + 2, {0xFF, 0xFF}, "cel 0 has the size -1 x 5"},
         {cel1 + 7, {0}, "cel 1, row 0 holds an empty run"},
         {cel1 + 11, {0x65}, "cel 1, row 0: a run of 101 crosses"},
-        {cel1 + 4, {9, 0}, "cel 1, row 2 holds an empty run"},
         {cel2 + 2, {5, 0, 1, 0}, "cel 2, row 0 runs past the end"},
     };
     for (const auto& c : cases) {
         Bytes bad = good;
         std::copy(c.put.begin(), c.put.end(), bad.begin() + static_cast<long>(c.at));
         AOData d;
-        AOProblem why = aoLoadFile(bad.data(), bad.size(), d);
-        EXPECT_NE(std::string(why.text).find(c.reason), std::string::npos) << c.reason << " / " << why.text;
+        EXPECT_NE(std::string(aoLoadFile(bad.data(), bad.size(), d).text).find(c.reason), std::string::npos)
+            << c.reason;
     }
 }
 
-// Any byte changed: the file is refused, or everything a reader walks lies
-// inside it (ASan watches the walk).
+// Any byte changed: the file is refused, or all that playback and drawing
+// walk lies inside it (ASan watches).
 TEST(AOFile, AnyChangedByteIsRefusedOrSafeToWalk) {
     const Bytes good = aoWriteFile(sample(), 0x80);
     for (size_t i = 0; i < good.size(); ++i)
@@ -234,67 +215,53 @@ TEST(AOFile, AnyChangedByteIsRefusedOrSafeToWalk) {
             AOData d;
             if (aoLoadFile(bad.data(), bad.size(), d)) continue;
             for (int32_t s = 0; s < d.numSeqs; ++s)
-                for (const PXAOSequence* e = d.sequences[s]; e->cel != kAOEnd; ++e) ASSERT_NE(e->cel, kAOStuck);
+                for (const PXAOSequence* e = d.sequences[s]; e->cel != kAOEnd; ++e)
+                    ASSERT_NE(e->cel, kAOStuck);
             for (int32_t n = 0; n < d.numCels; ++n) decode(aoCel(d, n));
             delete[] d.sequences;
         }
 }
 
-class AOPack : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::mt19937 gen(3);
-        pixels = randomPixels(gen, 23 * 17);
-        void* bits;
-        long pitch;
-        ASSERT_TRUE(canvas.getPointerToMemory(&bits, &pitch));
-        for (int y = 0; y < 17; ++y) std::copy_n(pixels.data() + 23 * y, 23, static_cast<uint8_t*>(bits) + y * pitch);
-        canvas.releasePointerToMemory();
-    }
-    PXMemCanvas canvas{23, 17, 8, 1};
-    Bytes pixels;
-};
-
-TEST_F(AOPack, WritesThe52BytePictureThatReadsBackAsTheCanvas) {
+TEST(AOPack, WritesThePictureOfTheCanvasOrOfARectangleOfIt) {
+    std::mt19937 gen(3);
+    const Bytes pixels = randomPixels(gen, 23 * 17);
+    PXMemCanvas canvas(23, 17, 8, 1), deep(4, 4, 16, 1);
+    void* bits;
+    long pitch;
+    ASSERT_TRUE(canvas.getPointerToMemory(&bits, &pitch));
+    for (int y = 0; y < 17; ++y) std::copy_n(&pixels[23u * y], 23, static_cast<uint8_t*>(bits) + y * pitch);
+    canvas.releasePointerToMemory();
     int32_t size = 0;
     auto* file = static_cast<uint8_t*>(aoPack(size, &canvas, PXRect::zero, 0));
     ASSERT_NE(file, nullptr);
-    Bytes head = hex("01 00 01 00 08 00 00 00 00 00 00 00 00 00 00 00 00 00 04 00 00 00 00 00 FC FF 00 00 "
-                     "00 00 00 00 00 00 00 00 00 00 00 00 FE FF 00 00 00 00 00 00 FF FF 00 00");
-    ASSERT_EQ(Bytes(file, file + 52), head);
-    Bytes cel(file + 52, file + size);
-    EXPECT_EQ(cel, aoEncodeCel(pixels.data(), 23, 17, 23, 0));
-    AOData d;
-    ASSERT_FALSE(aoLoadFile(file, static_cast<size_t>(size), d));
-    EXPECT_EQ(decode(aoCel(d, 0)), expected(pixels, 0));
-    EXPECT_EQ(d.sequences[0][0].cel, kAOHold);
-    delete[] d.sequences;
-
-    // The same picture big-endian, through the picture reader.
-    AOFileContents c;
-    c.sequences.push_back({{0, 0, kAOHold, 0}, {0, 0, 0, 0}, {0, 0, kAOLoop, 0}, {0, 0, kAOEnd, 0}});
-    c.cels.push_back(cel);
-    Bytes big = aoWriteFile(c, 0xFF);
+    const Bytes cel = aoEncodeCel(pixels.data(), 23, 17, 23, 0);
+    Bytes want =
+        hex("01 00 01 00 08 00 00 00 00 00 00 00 00 00 00 00 00 00 04 00 00 00 00 00 FC FF 00 00 "
+            "00 00 00 00 00 00 00 00 00 00 00 00 FE FF 00 00 00 00 00 00 FF FF 00 00");
+    want.insert(want.end(), cel.begin(), cel.end());
+    EXPECT_EQ(Bytes(file, file + size), want);
+    // Its big-endian form, fixed by hand, through the picture reader.
+    Bytes big = aoWriteFile(
+        {8, 0, 0, 0, {{{0, 0, kAOHold, 0}, {0, 0, 0, 0}, {0, 0, kAOLoop, 0}, {0, 0, kAOEnd, 0}}}, {cel}}, 1);
+    EXPECT_EQ(Bytes(big.begin(), big.begin() + 58),
+              hex("00 01 00 01 08 01 00 00 00 00 00 00 00 00 00 00 00 00 00 04 "
+                  "00 00 00 00 FF FC 00 00 00 00 00 00 00 00 00 00 "
+                  "00 00 00 00 FF FE 00 00 00 00 00 00 FF FF 00 00 00 00 00 17 00 11"));
     uint8_t* bigCel = nullptr;
     ASSERT_FALSE(aoLoadPicture(big.data(), big.size(), bigCel));
-    EXPECT_EQ(bigCel, big.data() + 52);
+    EXPECT_TRUE(bigCel == big.data() + 52 && big[5] == 0);
     EXPECT_EQ(decode(bigCel), expected(pixels, 0));
-    EXPECT_EQ(big[5], 0);
     std::free(file);
-}
 
-TEST_F(AOPack, TakesThePixelsUnderTheRectangleAndRefusesWhatItCannotRead) {
-    int32_t size = -1;
-    auto* file = static_cast<uint8_t*>(aoPack(size, &canvas, PXRect(2, 3, 9, 11), 0));
+    file = static_cast<uint8_t*>(aoPack(size, &canvas, PXRect(2, 3, 9, 11), 0));
     ASSERT_NE(file, nullptr);
     Bytes part;
-    for (int y = 3; y < 11; ++y) part.insert(part.end(), pixels.begin() + 23 * y + 2, pixels.begin() + 23 * y + 9);
-    uint8_t* cel = nullptr;
-    ASSERT_FALSE(aoLoadPicture(file, static_cast<size_t>(size), cel));
-    EXPECT_EQ(decode(cel), expected(part, 0));
+    for (int y = 3; y < 11; ++y) part.insert(part.end(), &pixels[23u * y + 2], &pixels[23u * y + 9]);
+    uint8_t* partCel = nullptr;
+    ASSERT_FALSE(aoLoadPicture(file, static_cast<size_t>(size), partCel));
+    EXPECT_EQ(decode(partCel), expected(part, 0));
     std::free(file);
 
-    PXMemCanvas deep(4, 4, 16, 1);
     const std::pair<PXMemCanvas*, PXRect> refused[] = {
         {&deep, PXRect::zero}, {&canvas, {20, 0, 24, 5}}, {&canvas, {-1, 0, 3, 3}}, {&canvas, {5, 5, 5, 9}}};
     for (auto [target, rect] : refused) {
@@ -305,38 +272,30 @@ TEST_F(AOPack, TakesThePixelsUnderTheRectangleAndRefusesWhatItCannotRead) {
 }
 
 TEST(AOPalette, ReadsHighBytesAsColoursAndAllBitsAsWords) {
-    Bytes file(kAOPaletteBytes);
+    Bytes file(kAOPaletteBytes), back(kAOPaletteBytes);
     for (size_t i = 0; i < file.size(); ++i) file[i] = static_cast<uint8_t>(i * 7 + i / 256);
-    PXColor colors[256];
+    PXColor colors[256], full[256];
     uint16_t words[kAOPaletteWords];
     ASSERT_FALSE(aoReadPalette(file.data(), file.size(), colors));
     ASSERT_FALSE(aoReadPaletteWords(file.data(), file.size(), words));
     for (int i = 0; i < 256; ++i) {
         const uint8_t* e = &file[static_cast<size_t>(6 * i)];
         EXPECT_EQ(colors[i], PXColor(e[0] << 8, e[2] << 8, e[4] << 8, -1)) << i;
-        EXPECT_EQ(words[3 * i + 2], e[4] << 8 | e[5]) << i;
+        full[i] = PXColor(words[3 * i], words[3 * i + 1], words[3 * i + 2]);
     }
-    Bytes back(kAOPaletteBytes);
-    PXColor full[256];
-    for (int i = 0; i < 256; ++i) full[i] = PXColor(words[3 * i], words[3 * i + 1], words[3 * i + 2]);
     aoWritePalette(full, back.data());
     EXPECT_EQ(back, file);
-    for (size_t n : {size_t{0}, kAOPaletteBytes - 1, kAOPaletteBytes + 1}) {
-        Bytes wrong(n, 1);
-        EXPECT_TRUE(aoReadPalette(wrong.data(), n, colors)) << n;
-    }
+    for (size_t n : {size_t{0}, kAOPaletteBytes - 1, kAOPaletteBytes + 1})
+        EXPECT_TRUE(aoReadPalette(Bytes(n, 1).data(), n, colors)) << n;
 }
 
 TEST(AOPalette, SideFileReplacesTheLastExtension) {
     const std::string longName(300, 'a');
-    const std::pair<std::string, std::string> cases[] = {
-        {"walk.ao", "walk.rgb"}, {"dir/walk", "dir/walk.rgb"}, {"a.b.c", "a.b.rgb"}, {longName + ".ao", longName + ".rgb"}};
+    const std::pair<std::string, std::string> cases[] = {{"walk.ao", "walk.rgb"},
+                                                         {"dir/walk", "dir/walk.rgb"},
+                                                         {"a.b.c", "a.b.rgb"},
+                                                         {longName + ".ao", longName + ".rgb"}};
     for (const auto& [file, side] : cases) EXPECT_EQ(aoPaletteFileName(file.c_str()), side);
-}
-
-Bytes readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), {});
 }
 
 // walk.ao is what `bauble ao build` makes of walk0.png to walk5.png (the
@@ -354,7 +313,8 @@ TEST(AOBuild, TheBuiltFileGivesEveryFrameBack) {
         ASSERT_TRUE(png && png->depth == 8) << name;
         const int w = png->getWidth(), h = png->getHeight();
         Bytes want(static_cast<size_t>(w * h));
-        for (int i = 0; i < w * h; ++i) want[static_cast<size_t>(i)] = static_cast<uint8_t>(png->getPixel(i % w, i / w));
+        for (int i = 0; i < w * h; ++i)
+            want[static_cast<size_t>(i)] = static_cast<uint8_t>(png->getPixel(i % w, i / w));
         std::vector<int> got(want.size(), -1);
         const uint8_t* cel = aoCel(d, e.cel);
         const std::vector<int> px = decode(cel);
@@ -366,7 +326,7 @@ TEST(AOBuild, TheBuiltFileGivesEveryFrameBack) {
     delete[] d.sequences;
 }
 
-// Inputs that once broke a reader: each is refused.
+// Inputs that broke a reader whose checks were weakened: each is refused.
 TEST(AOBadFiles, EachIsRefused) {
     int files = 0;
     for (const auto& entry : std::filesystem::directory_iterator(AO_DATA_DIR "/bad")) {
