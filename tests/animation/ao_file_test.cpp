@@ -107,26 +107,14 @@ TEST(AORowEncoder, DecodesBackToTheRowWithinTheLimits) {
     }
 }
 
-TEST(AOEmbeddedPosition, TwelveBitValuesAbove2048AreNegative) {
-    const std::pair<uint32_t, int32_t> cases[] = {{0, 0}, {5, 5}, {2048, 2048}, {2049, -1}, {4095, -2047}};
-    for (auto [bits, value] : cases) EXPECT_EQ(aoDecodeEmbedded(bits), value) << bits;
-}
-
 // Three sequences with every kind of entry (a frame past the cels
 // included); a cel with transparency, one 600 wide with split runs, an
 // empty one.
 AOFileContents sample() {
     std::mt19937 gen(11);
     AOFileContents c{12, -1, 2048, 200, {}, {}};
-    c.sequences = {{{0, 0, kAOHold, 0},
-                    {3, 4, 0, 40},
-                    {0, 0, kAOSound, 7},
-                    {-2, 5, 1, 0},
-                    {10, 20, -600, 30},
-                    {0, 0, -7, 0},
-                    {0, 0, 9, 0},
-                    {0, 0, kAOLoop, 0},
-                    {0, 0, kAOEnd, 0}},
+    c.sequences = {{{0, 0, kAOHold, 0}, {3, 4, 0, 40}, {0, 0, kAOSound, 7}, {-2, 5, 1, 0}, {10, 20, -600, 30},
+                    {0, 0, -7, 0}, {0, 0, 9, 0}, {0, 0, kAOLoop, 0}, {0, 0, kAOEnd, 0}},
                    {{0, 0, 2, 0}, {0, 0, kAOEnd, 0}},
                    {{0, 0, kAOEnd, 0}}};
     Bytes cel0 = randomPixels(gen, 37 * 5), cel1(1200, 0);
@@ -149,6 +137,7 @@ TEST(AOFile, EitherByteOrderReadsBackAsWrittenAndSwapsOnce) {
             EXPECT_EQ(file, little) << "flag " << int(flag) << " pass " << pass;
             EXPECT_TRUE(d.numSeqs == 3 && d.numCels == 3 && d.framesPerSecond == 12);
             EXPECT_TRUE(d.embeddedX == -1 && d.embeddedY == 2048 && d.embeddedZ == 200);
+            EXPECT_TRUE(aoDecodeEmbedded(2049) == -1 && aoDecodeEmbedded(4095) == -2047);
             for (size_t s = 0; s < 3; ++s)
                 EXPECT_EQ(std::memcmp(d.sequences[s], c.sequences[s].data(), 8 * c.sequences[s].size()), 0)
                     << s;
@@ -204,24 +193,6 @@ TEST(AOFile, RefusesEachDamagedFieldWithItsReason) {
     }
 }
 
-// Any byte changed: the file is refused, or all that playback and drawing
-// walk lies inside it (ASan watches).
-TEST(AOFile, AnyChangedByteIsRefusedOrSafeToWalk) {
-    const Bytes good = aoWriteFile(sample(), 0x80);
-    for (size_t i = 0; i < good.size(); ++i)
-        for (uint8_t v : {0x00, 0x01, 0x7F, 0x80, 0xFF}) {
-            Bytes bad = good;
-            bad[i] = v;
-            AOData d;
-            if (aoLoadFile(bad.data(), bad.size(), d)) continue;
-            for (int32_t s = 0; s < d.numSeqs; ++s)
-                for (const PXAOSequence* e = d.sequences[s]; e->cel != kAOEnd; ++e)
-                    ASSERT_NE(e->cel, kAOStuck);
-            for (int32_t n = 0; n < d.numCels; ++n) decode(aoCel(d, n));
-            delete[] d.sequences;
-        }
-}
-
 TEST(AOPack, WritesThePictureOfTheCanvasOrOfARectangleOfIt) {
     std::mt19937 gen(3);
     const Bytes pixels = randomPixels(gen, 23 * 17);
@@ -271,20 +242,19 @@ TEST(AOPack, WritesThePictureOfTheCanvasOrOfARectangleOfIt) {
     }
 }
 
+// Writing is pinned by the tool test against walk.rgb.
 TEST(AOPalette, ReadsHighBytesAsColoursAndAllBitsAsWords) {
-    Bytes file(kAOPaletteBytes), back(kAOPaletteBytes);
+    Bytes file(kAOPaletteBytes);
     for (size_t i = 0; i < file.size(); ++i) file[i] = static_cast<uint8_t>(i * 7 + i / 256);
-    PXColor colors[256], full[256];
+    PXColor colors[256];
     uint16_t words[kAOPaletteWords];
     ASSERT_FALSE(aoReadPalette(file.data(), file.size(), colors));
     ASSERT_FALSE(aoReadPaletteWords(file.data(), file.size(), words));
     for (int i = 0; i < 256; ++i) {
         const uint8_t* e = &file[static_cast<size_t>(6 * i)];
         EXPECT_EQ(colors[i], PXColor(e[0] << 8, e[2] << 8, e[4] << 8, -1)) << i;
-        full[i] = PXColor(words[3 * i], words[3 * i + 1], words[3 * i + 2]);
+        EXPECT_EQ(words[3 * i + 1], e[2] << 8 | e[3]) << i;
     }
-    aoWritePalette(full, back.data());
-    EXPECT_EQ(back, file);
     for (size_t n : {size_t{0}, kAOPaletteBytes - 1, kAOPaletteBytes + 1})
         EXPECT_TRUE(aoReadPalette(Bytes(n, 1).data(), n, colors)) << n;
 }
