@@ -384,17 +384,14 @@ std::vector<uint8_t> aoEncodeCel(const uint8_t* pixels, int32_t width, int32_t h
 std::vector<uint8_t> aoWriteFile(const AOFileContents& c, uint8_t swapFlag) {
     const size_t seqs = c.sequences.size(), cels = c.cels.size();
     if (seqs < 1 || seqs > 0x7FFF || cels > 0x7FFF) return {};
-    size_t total = kAOHeaderBytes + 4 * (seqs + cels);
-    for (const auto& s : c.sequences) {
+    for (const auto& s : c.sequences)
         if (s.empty() || s.size() > 0x7FFF) return {};
-        total += 2 + 8 * s.size();
-    }
-    const size_t celBase = total;
-    for (const auto& cel : c.cels) total += cel.size();
-    if (total - celBase > 0xFFFFFFFFu) return {};
+    size_t celBytes = 0;
+    for (const auto& cel : c.cels) celBytes += cel.size();
+    // Cel offsets are 32-bit.
+    if (celBytes > 0xFFFFFFFFu) return {};
 
     std::vector<uint8_t> out;
-    out.reserve(total);
     Writer w{out, swapFlag != 0};
     w.u16(static_cast<uint16_t>(seqs));
     w.u16(static_cast<uint16_t>(cels));
