@@ -101,6 +101,7 @@ int main(int argc, char** argv) {
     bauble::addCompileCommand(app);
     bauble::addInspectCommand(app);
     bauble::addDemoCommand(app);
+    bauble::addAoCommands(app);
 
     if (argc < 2) {
         std::fputs(app.help().c_str(), stderr);
@@ -108,6 +109,9 @@ int main(int argc, char** argv) {
     }
     try {
         app.parse(argc, argv);
+    } catch (const CLI::RuntimeError& e) {
+        // A command that could not use its files; it said why.
+        return e.get_exit_code();
     } catch (const CLI::ParseError& e) {
         // Help and version end well; every other refusal is a usage error.
         return app.exit(e) == 0 ? bauble::kExitOk : bauble::kExitUsage;

@@ -34,5 +34,8 @@ void addRunCommand(CLI::App& app);
 void addCompileCommand(CLI::App& app);
 void addInspectCommand(CLI::App& app);
 void addDemoCommand(CLI::App& app);
+// bauble ao (info, pack, build) and bauble palette. Their callbacks throw
+// CLI::RuntimeError with the exit status when a file cannot be used.
+void addAoCommands(CLI::App& app);
 
 }  // namespace bauble

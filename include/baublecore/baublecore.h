@@ -4,6 +4,7 @@
 #include "pxbase/pxbase.h"
 
 #include "baublecore/api.h"
+#include "baublecore/ao_sequence.h"
 #include "baublecore/event_record.h"
 #include "baublecore/extend.h"
 #include "baublecore/frame.h"
