@@ -108,6 +108,18 @@ TEST_F(Scheduling, CallOfAScriptReturnsToTheCallerFromItsStart) {
     EXPECT_STREQ(t.getName(), "main.mps");
 }
 
+// Without the names to return to, leaving the called script ends the thread.
+TEST_F(Scheduling, DropScriptStackForgetsTheCaller) {
+    writeScript("main.mps", "count\nsay \"main\" RESULT\ncall \"sub.mps\"\nwait\n");
+    writeScript("sub.mps", "say \"sub\"\ndrop script stack\nexit\n");
+    threads.push_back(std::make_unique<YThread>("main.mps"));
+    YThread& t = *threads.back();
+    t.go();
+    app.run(100);
+    EXPECT_EQ(said(), (Lines{"main 1", "sub"}));
+    EXPECT_FALSE(t);
+}
+
 TEST_F(Scheduling, RelayStartsTheNamedScriptAndTheHostRelayToItselfDoesNothing) {
     writeScript("first.mps", "say \"first\"\nnext=\"second.mps\"\nrelay next\n");
     writeScript("second.mps", "say \"second\"\nwait\n");
