@@ -86,7 +86,6 @@ const char* kindOf(mode_t mode) {
     if (S_ISDIR(mode)) return "it is a directory";
     if (S_ISFIFO(mode)) return "it is a FIFO";
     if (S_ISCHR(mode) || S_ISBLK(mode)) return "it is a device";
-    if (S_ISSOCK(mode)) return "it is a socket";
     return "it is not a regular file";
 }
 

@@ -2,9 +2,10 @@
 # only the compiled file with `bauble run --headless` and compares its
 # "debug.txt" with the lines expected of the source; `bauble inspect` must
 # list the file. With EXPECT_STATUS, only the compile step runs and must end
-# with that status (and EXPECT_STDERR on standard error).
+# with that status (and EXPECT_STDERR on standard error). EXPECT_INSPECT is
+# a pattern the listing must hold.
 #   -DBAUBLE=... -DSCRIPT=dir/name.mps -DWORK=dir [-DEXPECT_STATUS=n]
-#   [-DEXPECT_STDERR=regex]
+#   [-DEXPECT_STDERR=regex] [-DEXPECT_INSPECT=regex]
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 get_filename_component(name ${SCRIPT} NAME)
@@ -44,4 +45,7 @@ execute_process(COMMAND ${BAUBLE} inspect ${base}.bsc
   WORKING_DIRECTORY ${WORK} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
 if(NOT status EQUAL 0 OR NOT out MATCHES "compiled script, little-endian \\(format 2\\)\n[0-9]+ statements\n.*ycEnd.*code words\n.*heap: [0-9]+ entries")
   message(FATAL_ERROR "inspect: exit status ${status}\n${out}${err}")
+endif()
+if(DEFINED EXPECT_INSPECT AND NOT out MATCHES "${EXPECT_INSPECT}")
+  message(FATAL_ERROR "inspect: the listing does not match '${EXPECT_INSPECT}':\n${out}")
 endif()
